@@ -1,0 +1,11 @@
+# Warnings, sanitizers and floating-point rules that every target of the project is built with.
+add_library(velorix_flags INTERFACE)
+target_compile_options(velorix_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+    # Grids must come out byte by byte the same from every build: no fused multiply-add.
+    -ffp-contract=off
+    $<$<BOOL:${VELORIX_WERROR}>:-Werror>)
+if(VELORIX_SANITIZE)
+    add_compile_options(-fsanitize=${VELORIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${VELORIX_SANITIZE})
+endif()

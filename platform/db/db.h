@@ -1,0 +1,64 @@
+#ifndef VELORIX_PLATFORM_DB_H
+#define VELORIX_PLATFORM_DB_H
+/*
+ * Station database: read-only tables of the CSS3.0 schema from three kinds of file, told apart by
+ * looking at them: CSS3.0 fixed-width flat files (NAME.table beside each other, or a folder holding
+ * one *.site), a SQLite 3 file with tables of those names, or an FDSN station text file
+ * (#Network | Station | ...), whose rows appear as `site`. A table is read and checked in one pass
+ * when it is first looked up; every later read comes from memory. A malformed row is a logged error
+ * naming file and line, never a silent zero.
+ */
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum { dbINVALID = -102 }; /* the result of every call that fails */
+enum { dbRECORD_COUNT = 301 };
+
+/** A place in a database: an open database, one of its tables, one record of it. */
+typedef struct Dbptr {
+    int database; /* handle number, or dbINVALID */
+    int table;    /* table number, or dbINVALID */
+    long record;  /* record number from 0; set it to select a row */
+    int field;    /* unused, 0 */
+} Dbptr;
+
+/**
+ * Opens a database for reading.
+ * @param[in]  name a CSS3.0 database name (NAME where NAME.site exists), a folder, or a file
+ * @param[in]  mode "r"
+ * @param[out] db   a pointer to the database as a whole
+ * @return 0, or dbINVALID after a logged line that says what is wrong
+ */
+int dbopen(const char* name, const char* mode, Dbptr* db);
+
+/**
+ * Points at a table by name; the other arguments exist for symmetry and must be 0.
+ * @return a pointer to record 0 of the table; its `table` is dbINVALID when the table is absent or
+ *         malformed (after a logged line)
+ */
+Dbptr dblookup(Dbptr db, const char* database, const char* table, const char* field,
+               const char* record);
+
+/** Queries the table pointed at: dbRECORD_COUNT stores the number of records in a long. 0 or dbINVALID. */
+int dbquery(Dbptr db, int code, void* out);
+
+/**
+ * Reads fields of the selected record: pairs of field name and address, ended by a null name.
+ * Text fields are written NUL-terminated and never exceed 31 characters (an over-long station code
+ * makes its table malformed); integer fields (day numbers, identifiers) are written as long; reals as
+ * double. `table` must be 0.
+ *
+ *     dbgetv(db, 0, "sta", buffer, "lat", &lat, (char*)0);
+ *
+ * @return 0, or dbINVALID (no such record or field)
+ */
+int dbgetv(Dbptr db, const char* table, ...);
+
+/** Closes a database and releases its tables; pointers to it become invalid. */
+void dbclose(Dbptr* db);
+
+#ifdef __cplusplus
+}
+#endif
+#endif
