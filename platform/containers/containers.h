@@ -30,8 +30,8 @@ int maxtbl(const Tbl* tbl);
 void clrtbl(Tbl* tbl);
 /**
  * Stable sort of the entries.
- * @param compare negative, 0 or positive as `a` sorts before, with or after `b` (entries, not
- *                addresses of entries); `user` is handed through
+ * @param compare negative, 0 or positive as `a` sorts before, with or after `b`; it is handed the
+ *                addresses of two entries, as qsort does, and `user`
  */
 void sorttbl(Tbl* tbl, int (*compare)(const void* a, const void* b, void* user), void* user);
 /** Releases a list; `release`, unless null, is called on every non-null entry first. Null is fine. */
