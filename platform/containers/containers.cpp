@@ -1,8 +1,11 @@
 #include "platform/containers/containers.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
+#include <exception>
 #include <map>
+#include <memory>
 #include <new>
 #include <string>
 #include <vector>
@@ -40,14 +43,9 @@ struct Hook {
 
 extern "C" Tbl* newtbl(int size) {
     try {
-        auto* tbl = new Tbl;
-        try {
-            if (size > 0) tbl->entries.reserve(static_cast<size_t>(size));
-        } catch (...) {
-            delete tbl;
-            throw;
-        }
-        return tbl;
+        auto tbl = std::make_unique<Tbl>();
+        if (size > 0) tbl->entries.reserve(static_cast<size_t>(size));
+        return tbl.release();
     } catch (const std::exception&) {
         return nullptr;
     }
@@ -62,6 +60,7 @@ extern "C" int settbl(Tbl* tbl, int i, void* value) {
     if (!tbl || i < -1) return -1;
     auto& entries = tbl->entries;
     const size_t place = i == -1 ? entries.size() : static_cast<size_t>(i);
+    if (place >= static_cast<size_t>(INT_MAX)) return -1;
     try {
         if (place >= entries.size()) entries.resize(place + 1, nullptr);
     } catch (const std::exception&) {

@@ -2,7 +2,8 @@
 #define VELORIX_PLATFORM_CONTAINERS_H
 /*
  * Lists and string-keyed maps of pointers, and the opaque state handle that a service keeps between
- * calls. None of them owns what its pointers lead to. Not synchronised: one thread at a time writes.
+ * calls. None of them owns what its pointers lead to. Not synchronised: one thread at a time
+ * writes.
  */
 #ifdef __cplusplus
 extern "C" {
@@ -34,7 +35,8 @@ void clrtbl(Tbl* tbl);
  *                addresses of two entries, as qsort does, and `user`
  */
 void sorttbl(Tbl* tbl, int (*compare)(const void* a, const void* b, void* user), void* user);
-/** Releases a list; `release`, unless null, is called on every non-null entry first. Null is fine. */
+/** Releases a list; `release`, unless null, is called on every non-null entry first. Null is fine.
+ */
 void freetbl(Tbl* tbl, void (*release)(void*));
 
 /* ---- Maps ---- */
@@ -55,7 +57,8 @@ int maxarr(const Arr* arr);
  * Null when memory fails.
  */
 Tbl* keysarr(const Arr* arr);
-/** Releases a map; `release`, unless null, is called on every non-null value first. Null is fine. */
+/** Releases a map; `release`, unless null, is called on every non-null value first. Null is fine.
+ */
 void freearr(Arr* arr, void (*release)(void*));
 
 /* ---- Service state ---- */

@@ -40,14 +40,15 @@ int dbopen(const char* name, const char* mode, Dbptr* db);
 Dbptr dblookup(Dbptr db, const char* database, const char* table, const char* field,
                const char* record);
 
-/** Queries the table pointed at: dbRECORD_COUNT stores the number of records in a long. 0 or dbINVALID. */
+/** Queries the table pointed at: dbRECORD_COUNT stores the number of records in a long. 0 or
+ * dbINVALID. */
 int dbquery(Dbptr db, int code, void* out);
 
 /**
  * Reads fields of the selected record: pairs of field name and address, ended by a null name.
  * Text fields are written NUL-terminated and never exceed 31 characters (an over-long station code
- * makes its table malformed); integer fields (day numbers, identifiers) are written as long; reals as
- * double. `table` must be 0.
+ * makes its table malformed); integer fields (day numbers, identifiers) are written as long; reals
+ * as double. `table` must be 0.
  *
  *     dbgetv(db, 0, "sta", buffer, "lat", &lat, (char*)0);
  *

@@ -8,14 +8,13 @@
 #include <memory>
 #include <mutex>
 #include <new>
-#include <string>
 #include <string_view>
 
 namespace {
 
 // Everything the log remembers between calls.
 struct LogState {
-    std::mutex mutex;
+    std::recursive_mutex mutex;  // a hook may log or replace itself
     char program[64] = "velorix";
     elog_hook hook = nullptr;
     void* user = nullptr;
@@ -50,12 +49,37 @@ class Message {
     std::unique_ptr<char[]> large_;
 };
 
-void write_line(const char* program, std::string_view text) {
-    if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
-    std::fprintf(stderr, "%s: %.*s\n", program, static_cast<int>(text.size()), text.data());
-}
+// Collects "program: text" lines for one write; what does not fit is written in pieces.
+class LineWriter {
+  public:
+    void line(std::string_view program, std::string_view text) {
+        if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
+        for (const std::string_view part :
+             {program, std::string_view(": "), text, std::string_view("\n")}) {
+            append(part);
+        }
+    }
+    void flush() {
+        std::fwrite(buffer_, 1, used_, stderr);
+        std::fflush(stderr);
+        used_ = 0;
+    }
 
-// Messages never mix: one lock spans a message and its system error line.
+  private:
+    void append(std::string_view part) {
+        while (!part.empty()) {
+            const size_t count = part.copy(buffer_ + used_, sizeof buffer_ - used_);
+            used_ += count;
+            part.remove_prefix(count);
+            if (used_ == sizeof buffer_) flush();
+        }
+    }
+
+    char buffer_[4096];
+    size_t used_ = 0;
+};
+
+// Lines never mix: one lock spans a message and its system error line, and they leave together.
 void emit(int severity, int flag, int error, const char* message) {
     LogState& log = state();
     const std::lock_guard lock(log.mutex);
@@ -63,12 +87,13 @@ void emit(int severity, int flag, int error, const char* message) {
         log.hook(severity, flag, message, log.user);
         return;
     }
-    write_line(log.program, message);
+    LineWriter writer;
+    writer.line(log.program, message);
     if (flag == 1) {
         char buffer[256];
-        write_line(log.program, strerror_r(error, buffer, sizeof buffer));
+        writer.line(log.program, strerror_r(error, buffer, sizeof buffer));
     }
-    std::fflush(stderr);
+    writer.flush();
 }
 
 int log_with_errno_kept(int severity, int flag, const char* format, va_list arguments) {

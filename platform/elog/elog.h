@@ -43,9 +43,9 @@ void elog_die(int flag, const char* format, ...) __attribute__((format(printf, 2
 typedef void (*elog_hook)(int severity, int flag, const char* message, void* user);
 
 /**
- * Installs a hook that captures every later line, for programs that embed the library and for tests.
- * A null hook restores standard error. elog_die still ends the process after the hook returns.
- * Set it before threads start logging.
+ * Installs a hook that captures every later line, for programs that embed the library and for
+ * tests. A null hook restores standard error. elog_die still ends the process after the hook
+ * returns. Set it before threads start logging.
  */
 void elog_set_hook(elog_hook hook, void* user);
 

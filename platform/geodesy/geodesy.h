@@ -9,8 +9,8 @@ extern "C" {
 
 /**
  * Great-circle distance and azimuth from a first point to a second.
- * @param[out] delta distance, 0 .. pi, accurate to 1e-12 relative also for nearly coincident, nearly
- *                   antipodal and polar points
+ * @param[out] delta distance, 0 .. pi, accurate to 1e-12 relative also for nearly coincident,
+ * nearly antipodal and polar points
  * @param[out] az    azimuth at the first point toward the second, 0 .. 2 pi (2 pi excluded); 0 for
  *                   coincident points. May be null.
  */

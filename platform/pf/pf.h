@@ -14,19 +14,21 @@ typedef struct Pf Pf;
 
 /* Kinds of parse_param and the type of its `out` argument. */
 enum {
-    PF_INT = 1,      /* int*: an integer, or a numeric string with an integral value in range */
-    PF_DOUBLE = 3,   /* double*: a number, or a numeric string (whole text, C locale) */
-    PF_STRING = 4,   /* char**: any scalar in its usual text form; the caller releases it with free() */
-    PF_LIST = 6,     /* Tbl** of char*: array of scalars, or a multi-line string (one entry per
-                        non-blank line, trimmed, '#' lines dropped); release: freetbl(list, free) */
-    PF_ARRAY = 10,   /* Pf**: a table; belongs to its parent node */
-    PF_BOOLEAN = 11  /* int*: true/false, 0/1, and the strings yes/no, on/off, true/false, 0/1 */
+    PF_INT = 1,    /* int*: an integer, or a numeric string with an integral value in range */
+    PF_DOUBLE = 3, /* double*: a number, or a numeric string (whole text, C locale) */
+    PF_STRING =
+        4,       /* char**: any scalar in its usual text form; the caller releases it with free() */
+    PF_LIST = 6, /* Tbl** of char*: array of scalars, or a multi-line string (one entry per
+                    non-blank line, trimmed, '#' lines dropped); release: freetbl(list, free) */
+    PF_ARRAY = 10,  /* Pf**: a table; belongs to its parent node */
+    PF_BOOLEAN = 11 /* int*: true/false, 0/1, and the strings yes/no, on/off, true/false, 0/1 */
 };
 
 /**
  * Reads the parameter file called `name`: the file of that name, else name.toml, in the current
  * folder, then in each folder of the environment variable VELORIX_PFPATH (colon-separated), then in
- * the installed share folder. A name with a slash is looked up as given only (with and without .toml).
+ * the installed share folder. A name with a slash is looked up as given only (with and without
+ * .toml).
  * @param[out] pf the root node; release it with pffree
  * @return 0; -1 after a logged line that says what is wrong and where
  */
@@ -56,7 +58,8 @@ Arr* pfarr(Pf* pf);
 
 /**
  * Complains, once per key, about keys of a node that nobody reads: "file:line: unknown key 'x' in
- * <where>, did you mean 'y'?". The suggestion is the closest known key within a small edit distance.
+ * <where>, did you mean 'y'?". The suggestion is the closest known key within a small edit
+ * distance.
  * @param[in] known  `nknown` key names that are read
  * @return the number of unknown keys
  */

@@ -1,5 +1,6 @@
 #include "platform/timeconv/timeconv.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -8,151 +9,153 @@
 
 namespace {
 
-using std::chrono::day;
-using std::chrono::days;
-using std::chrono::month;
-using std::chrono::sys_days;
-using std::chrono::year;
+constexpr double kDaySeconds = 86400.0;
+// Proleptic Gregorian years; what std::chrono counts days for.
+constexpr std::chrono::sys_days kFirstDay = std::chrono::year(-32767) / 1 / 1;
+constexpr std::chrono::sys_days kLastDay = std::chrono::year(32767) / 12 / 31;
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
-std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n\v\f";
-    const size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-// Reads a time string from left to right; every step says whether it found what it wants.
-class Scanner {
+// A text that is eaten from the front; every taker leaves it alone when it does not match.
+class Cursor {
   public:
-    explicit Scanner(std::string_view text) : rest_(text) {}
-
-    bool done() const { return rest_.empty(); }
-    size_t digits_ahead() const {
-        size_t n = 0;
-        while (n < rest_.size() && is_digit(rest_[n])) ++n;
-        return n;
+    explicit Cursor(std::string_view text) : text_(text) {}
+    bool at_end() const { return text_.empty(); }
+    std::string_view rest() const { return text_; }
+    size_t digits() const {
+        return static_cast<size_t>(std::find_if_not(text_.begin(), text_.end(), is_digit) -
+                                   text_.begin());
     }
     bool take(char c) {
-        if (rest_.empty() || rest_.front() != c) return false;
-        rest_.remove_prefix(1);
+        if (text_.empty() || text_.front() != c) return false;
+        text_.remove_prefix(1);
         return true;
     }
+    bool take_either(char a, char b) { return take(a) || take(b); }
     bool take_blanks() {
-        const size_t before = rest_.size();
-        while (take(' ') || take('\t')) {
-        }
-        return rest_.size() < before;
+        bool any = false;
+        for (; !text_.empty() && is_blank(text_.front()); any = true) text_.remove_prefix(1);
+        return any;
     }
-    /// A number of between `least` and `most` digits.
-    std::optional<int> number(size_t least, size_t most) {
-        const size_t n = digits_ahead();
-        if (n < least || n > most) return std::nullopt;
-        return take_digits(n);
-    }
-    /// Exactly the next n digits, more may follow.
-    std::optional<int> take_digits(size_t n) {
-        if (digits_ahead() < n) return std::nullopt;
+    std::optional<int> take_number(size_t width) {
+        if (digits() < width) return std::nullopt;
         int value = 0;
-        std::from_chars(rest_.data(), rest_.data() + n, value);
-        rest_.remove_prefix(n);
+        for (size_t i = 0; i < width; ++i) value = 10 * value + (text_[i] - '0');
+        text_.remove_prefix(width);
         return value;
     }
-    /// The fraction behind a decimal point, 0 when there is no point.
-    std::optional<double> fraction() {
-        if (rest_.empty() || rest_.front() != '.') return 0.0;
-        const size_t n = Scanner(rest_.substr(1)).digits_ahead();
-        if (n == 0) return std::nullopt;
+    // Digits after a decimal point, as a fraction of one.
+    std::optional<double> take_fraction() {
+        const size_t count = digits();
+        if (count == 0) return std::nullopt;
         double value = 0.0;
-        std::from_chars(rest_.data(), rest_.data() + n + 1, value);
-        rest_.remove_prefix(n + 1);
+        for (size_t i = count; i-- > 0;) value = (value + (text_[i] - '0')) / 10.0;
+        text_.remove_prefix(count);
         return value;
     }
 
   private:
-    std::string_view rest_;
+    std::string_view text_;
 };
 
-std::optional<sys_days> from_month_day(int y, int m, int d) {
-    const std::chrono::year_month_day date{year{y}, month{static_cast<unsigned>(m)},
-                                           day{static_cast<unsigned>(d)}};
+using Days = std::optional<std::chrono::sys_days>;
+
+Days month_and_day(int year, std::optional<int> month, std::optional<int> day) {
+    if (!month || !day) return std::nullopt;
+    const std::chrono::year_month_day date{std::chrono::year(year),
+                                           std::chrono::month(static_cast<unsigned>(*month)),
+                                           std::chrono::day(static_cast<unsigned>(*day))};
     if (!date.ok()) return std::nullopt;
-    return sys_days{date};
+    return std::chrono::sys_days(date);
 }
 
-std::optional<sys_days> from_day_of_year(int y, int doy) {
-    const int length = year{y}.is_leap() ? 366 : 365;
-    if (doy < 1 || doy > length) return std::nullopt;
-    return sys_days{year{y} / std::chrono::January / 1} + days{doy - 1};
+Days day_of_year(int year, std::optional<int> number) {
+    const bool leap = std::chrono::year(year).is_leap();
+    if (!number || *number < 1 || *number > (leap ? 366 : 365)) return std::nullopt;
+    return std::chrono::sys_days(std::chrono::year(year) / 1 / 1) + std::chrono::days(*number - 1);
 }
 
-// YYYY-MM-DD, YYYY/MM/DD, YYYY-DDD, YYYYDDD or YYYYMMDD.
-std::optional<sys_days> scan_date(Scanner& in) {
-    const size_t run = in.digits_ahead();
-    if (run != 4 && run != 7 && run != 8) return std::nullopt;
-    const int y = *in.take_digits(4);
-    if (run == 7) return from_day_of_year(y, *in.take_digits(3));
+// YYYY-MM-DD, YYYY/MM/DD, YYYYMMDD, YYYY-DDD or YYYYDDD.
+Days take_date(Cursor& text) {
+    const size_t run = text.digits();
+    const auto year = text.take_number(4);
+    if (!year) return std::nullopt;
+    if (run == 7) return day_of_year(*year, text.take_number(3));
     if (run == 8) {
-        const int m = *in.take_digits(2);
-        return from_month_day(y, m, *in.take_digits(2));
+        const auto month = text.take_number(2);
+        return month_and_day(*year, month, text.take_number(2));
     }
-    const bool dash = in.take('-');
-    if (!dash && !in.take('/')) return std::nullopt;
-    if (dash && in.digits_ahead() == 3) return from_day_of_year(y, *in.take_digits(3));
-    const auto m = in.number(1, 2);
-    if (!m || !in.take(dash ? '-' : '/')) return std::nullopt;
-    const auto d = in.number(1, 2);
-    if (!d) return std::nullopt;
-    return from_month_day(y, *m, *d);
+    if (run != 4) return std::nullopt;
+    const bool slash = text.take('/');
+    if (!slash && !text.take('-')) return std::nullopt;
+    if (!slash && text.digits() == 3) return day_of_year(*year, text.take_number(3));
+    const auto month = text.take_number(2);
+    if (!text.take(slash ? '/' : '-')) return std::nullopt;
+    return month_and_day(*year, month, text.take_number(2));
 }
 
-// hh:mm[:ss[.f]][Z]; a leap second (60) is accepted and counts into the next minute.
-std::optional<double> scan_clock(Scanner& in) {
-    const auto hours = in.number(1, 2);
-    if (!hours || !in.take(':')) return std::nullopt;
-    const auto minutes = in.number(1, 2);
-    if (!minutes) return std::nullopt;
-    double seconds = 0.0;
-    if (in.take(':')) {
-        const auto whole = in.number(1, 2);
-        const auto part = in.fraction();
-        if (!whole || !part) return std::nullopt;
-        seconds = *whole + *part;
-    }
-    const bool midnight = *hours == 24 && *minutes == 0 && seconds == 0.0;
-    if ((*hours > 23 && !midnight) || *minutes > 59 || seconds >= 61.0) return std::nullopt;
-    return *hours * 3600.0 + *minutes * 60.0 + seconds;
+bool is_time_of_day(int hour, int minute, double second) {
+    if (minute > 59) return false;
+    if (hour == 24) return minute == 0 && second == 0.0;  // the end of the day
+    const bool leap_second_possible = hour == 23 && minute == 59;
+    return hour < 24 && second < (leap_second_possible ? 61.0 : 60.0);
 }
 
-std::optional<double> scan_calendar(std::string_view text) {
-    Scanner in(text);
-    const auto date = scan_date(in);
+// hh:mm[:ss[.f]] or hhmm[ss[.f]], with an optional Z; seconds since midnight.
+std::optional<double> take_time(Cursor& text) {
+    const size_t run = text.digits();
+    const bool compact = run == 4 || run == 6;
+    if (!compact && run != 2) return std::nullopt;
+    const auto hour = text.take_number(2);
+    if (!compact && !text.take(':')) return std::nullopt;
+    const auto minute = text.take_number(2);
+    if (!hour || !minute) return std::nullopt;
+    double second = 0.0;
+    if (compact ? run == 6 : text.take(':')) {
+        const auto whole = text.take_number(2);
+        if (!whole) return std::nullopt;
+        second = *whole;
+        if (text.take_either('.', ',')) {
+            const auto fraction = text.take_fraction();
+            if (!fraction) return std::nullopt;
+            second += *fraction;
+        }
+    }
+    text.take_either('Z', 'z');
+    if (!is_time_of_day(*hour, *minute, second)) return std::nullopt;
+    return 3600.0 * *hour + 60.0 * *minute + second;
+}
+
+std::optional<double> calendar_time(std::string_view text) {
+    Cursor cursor(text);
+    const Days date = take_date(cursor);
     if (!date) return std::nullopt;
-    double seconds = static_cast<double>(date->time_since_epoch().count()) * 86400.0;
-    if (!in.done() && !(in.take('Z') && in.done())) {
-        const bool separated = in.take('T') || in.take('t') || in.take_blanks();
-        if (!separated) return std::nullopt;
-        const auto clock = scan_clock(in);
-        if (!clock) return std::nullopt;
-        seconds += *clock;
-        if (!in.take('Z')) in.take('z');
+    double second = 0.0;
+    if (!cursor.at_end()) {
+        if (!cursor.take_either('T', 't') && !cursor.take_blanks()) return std::nullopt;
+        const auto time = take_time(cursor);
+        if (!time || !cursor.at_end()) return std::nullopt;
+        second = *time;
     }
-    if (!in.done()) return std::nullopt;
-    return seconds;
+    return kDaySeconds * date->time_since_epoch().count() + second;
 }
 
-// A plain number with nine or more digits before the point; fewer digits are a date.
-std::optional<double> scan_epoch(std::string_view text) {
-    std::string_view digits = text;
-    if (!digits.empty() && (digits.front() == '-' || digits.front() == '+')) digits.remove_prefix(1);
-    if (Scanner(digits).digits_ahead() < 9) return std::nullopt;
-    if (text.front() == '+') text.remove_prefix(1);
+std::optional<double> epoch_seconds(std::string_view text) {
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    Cursor digits(!text.empty() && text.front() == '-' ? text.substr(1) : text);
+    if (digits.digits() < 9) return std::nullopt;
     double value = 0.0;
     const char* end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value, std::chars_format::fixed);
-    if (result.ec != std::errc{} || result.ptr != end || !std::isfinite(value)) return std::nullopt;
+    if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
     return value;
+}
+
+std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+    return text;
 }
 
 }  // namespace
@@ -160,8 +163,8 @@ std::optional<double> scan_epoch(std::string_view text) {
 extern "C" int zstr2epoch(const char* text, double* epoch) {
     if (!text || !epoch) return -1;
     const std::string_view body = trimmed(text);
-    auto value = scan_epoch(body);
-    if (!value) value = scan_calendar(body);
+    const auto seconds = epoch_seconds(body);
+    const auto value = seconds ? seconds : calendar_time(body);
     if (!value) return -1;
     *epoch = *value;
     return 0;
@@ -173,11 +176,12 @@ extern "C" double std_now(void) {
 }
 
 extern "C" long yearday(double epoch) {
-    // Years that std::chrono can name; beyond them a day number has no meaning.
-    constexpr double limit = 86400.0 * 365.0 * 30000.0;
-    if (!(std::fabs(epoch) < limit)) return 0;
-    const sys_days date{days{static_cast<long>(std::floor(epoch / 86400.0))}};
-    const std::chrono::year_month_day ymd{date};
-    const auto first = sys_days{ymd.year() / std::chrono::January / 1};
-    return static_cast<int>(ymd.year()) * 1000L + (date - first).count() + 1;
+    if (std::isnan(epoch)) return 0;
+    const double first = static_cast<double>(kFirstDay.time_since_epoch().count());
+    const double last = static_cast<double>(kLastDay.time_since_epoch().count());
+    const double day = std::clamp(std::floor(epoch / kDaySeconds), first, last);
+    const std::chrono::sys_days date{std::chrono::days(static_cast<int>(day))};
+    const auto year = std::chrono::year_month_day(date).year();
+    const auto number = date - std::chrono::sys_days(year / 1 / 1);
+    return static_cast<int>(year) * 1000L + number.count() + 1;
 }

@@ -1,0 +1,149 @@
+// Text to tree. The only file that sees the TOML library.
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <sstream>
+#include <stdexcept>
+#include <string_view>
+
+#include "platform/elog/elog.h"
+#include "platform/pf/tree.h"
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wshadow"
+#include <toml++/toml.h>
+#pragma GCC diagnostic pop
+
+namespace velorix::pf {
+namespace {
+
+// Tables nest through dotted keys without any limit of the TOML library's own; every level costs
+// stack when a tree is built and released.
+constexpr int kDeepestNode = 64;
+constexpr size_t kMostDotsInAKey = 256;
+
+struct TooDeep : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Long dotted keys are refused before the parser recurses over them. Lines with a comma are arrays.
+bool has_endless_key(std::string_view text, unsigned& line) {
+    line = 0;
+    while (!text.empty()) {
+        ++line;
+        const size_t end = std::min(text.find('\n'), text.size());
+        const std::string_view row = text.substr(0, end);
+        const std::string_view key = row.substr(0, std::min(row.find('='), row.size()));
+        const bool may_be_key = key.find(',') == std::string_view::npos;
+        const auto dots = std::count(key.begin(), key.end(), '.');
+        if (may_be_key && static_cast<size_t>(dots) > kMostDotsInAKey) return true;
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return false;
+}
+
+template <class T>
+std::string streamed(const T& value) {
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    out << value;
+    return out.str();
+}
+
+std::string real_text(double value) {
+    char buffer[64];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return {buffer, result.ptr};
+}
+
+// A date-time with an offset is an instant: it is brought to UTC, the only zone of the system.
+std::string time_text(toml::date_time value) {
+    if (!value.offset) return streamed(value);
+    const long shift = value.offset->minutes;
+    value.offset.reset();
+    using namespace std::chrono;
+    const year_month_day date{year{value.date.year}, month{value.date.month}, day{value.date.day}};
+    const long minutes = value.time.hour * 60L + value.time.minute - shift;
+    const long carry = static_cast<long>(std::floor(static_cast<double>(minutes) / 1440.0));
+    const year_month_day utc{sys_days{date} + days{carry}};
+    value.date.year = static_cast<uint16_t>(static_cast<int>(utc.year()));
+    value.date.month = static_cast<uint8_t>(static_cast<unsigned>(utc.month()));
+    value.date.day = static_cast<uint8_t>(static_cast<unsigned>(utc.day()));
+    value.time.hour = static_cast<uint8_t>((minutes - carry * 1440) / 60);
+    value.time.minute = static_cast<uint8_t>((minutes - carry * 1440) % 60);
+    return streamed(value) + "Z";
+}
+
+void set_scalar(Pf& node, const toml::node& from) {
+    if (const auto* text = from.as_string()) {
+        node.kind = Kind::string;
+        node.text = text->get();
+    } else if (const auto* integer = from.as_integer()) {
+        node.kind = Kind::integer;
+        node.integer = integer->get();
+        node.text = std::to_string(integer->get());
+    } else if (const auto* real = from.as_floating_point()) {
+        node.kind = Kind::real;
+        node.real = real->get();
+        node.text = real_text(real->get());
+    } else if (const auto* boolean = from.as_boolean()) {
+        node.kind = Kind::boolean;
+        node.boolean = boolean->get();
+        node.text = boolean->get() ? "true" : "false";
+    } else {
+        node.kind = Kind::time;
+        if (const auto* date_time = from.as_date_time()) node.text = time_text(date_time->get());
+        if (const auto* date = from.as_date()) node.text = streamed(date->get());
+        if (const auto* time = from.as_time()) node.text = streamed(time->get());
+    }
+}
+
+std::unique_ptr<Pf> convert(const toml::node& from, const Pf* parent, std::string name, int depth,
+                            const std::shared_ptr<const std::string>& file) {
+    if (depth > kDeepestNode) throw TooDeep("tables nested too deeply");
+    auto node = std::make_unique<Pf>();
+    node->parent = parent;
+    node->name = std::move(name);
+    node->file = file;
+    node->place = {from.source().begin.line, from.source().begin.column};
+    if (const auto* table = from.as_table()) {
+        for (const auto& [key, value] : *table) {
+            std::string text(key.str());
+            node->children[text] = convert(value, node.get(), text, depth + 1, file);
+        }
+    } else if (const auto* array = from.as_array()) {
+        node->kind = Kind::array;
+        for (const auto& value : *array) {
+            const std::string index = "[" + std::to_string(node->items.size()) + "]";
+            node->items.push_back(convert(value, node.get(), index, depth + 1, file));
+        }
+    } else {
+        set_scalar(*node, from);
+    }
+    return node;
+}
+
+}  // namespace
+
+std::unique_ptr<Pf> parse(const std::string& text, const std::string& label) {
+    unsigned line = 0;
+    if (has_endless_key(text, line)) {
+        elog_log(0, "pfread: %s:%u: tables nested too deeply\n", label.c_str(), line);
+        return nullptr;
+    }
+    try {
+        const toml::table root = toml::parse(std::string_view(text), label);
+        return convert(root, nullptr, "", 0, std::make_shared<const std::string>(label));
+    } catch (const toml::parse_error& error) {
+        const auto& at = error.source().begin;
+        elog_log(0, "pfread: %s:%u:%u: %s\n", label.c_str(), at.line, at.column,
+                 std::string(error.description()).c_str());
+    } catch (const TooDeep& error) {
+        elog_log(0, "pfread: %s: %s\n", label.c_str(), error.what());
+    }
+    return nullptr;
+}
+
+}  // namespace velorix::pf

@@ -1,0 +1,56 @@
+#ifndef VELORIX_PLATFORM_PF_TREE_H
+#define VELORIX_PLATFORM_PF_TREE_H
+// The parsed form of a parameter file, shared by the files of this service.
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/pf/pf.h"
+
+namespace velorix::pf {
+
+enum class Kind { table, array, string, integer, real, boolean, time };
+
+struct Place {
+    unsigned line = 0;  // 0: not from a file
+    unsigned column = 0;
+};
+
+struct ArrFree {
+    void operator()(Arr* arr) const { freearr(arr, nullptr); }
+};
+
+/// "file:line:column", or the file alone for what a program has set.
+std::string location(const Pf& node);
+/// Dotted path of a node from the root, empty for the root.
+std::string path(const Pf& node);
+/// What a person would call the node's value, for messages: "the string \"x\"", "a table".
+std::string description(const Pf& node);
+
+std::unique_ptr<Pf> parse(const std::string& text, const std::string& label);
+
+}  // namespace velorix::pf
+
+struct Pf {
+    velorix::pf::Kind kind = velorix::pf::Kind::table;
+    std::string text;  // the usual text form of a scalar
+    int64_t integer = 0;
+    double real = 0.0;
+    bool boolean = false;
+    std::vector<std::unique_ptr<Pf>> items;               // of an array
+    std::map<std::string, std::unique_ptr<Pf>> children;  // of a table
+    std::unique_ptr<Arr, velorix::pf::ArrFree> keys;      // of a table, made when asked for
+
+    std::string name;  // key in the parent
+    const Pf* parent = nullptr;
+    std::shared_ptr<const std::string> file;
+    velorix::pf::Place place;
+
+    bool is_scalar() const {
+        return kind != velorix::pf::Kind::table && kind != velorix::pf::Kind::array;
+    }
+};
+
+#endif
