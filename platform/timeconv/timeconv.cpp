@@ -138,7 +138,7 @@ std::optional<double> calendar_time(std::string_view text) {
         if (!time || !cursor.at_end()) return std::nullopt;
         second = *time;
     }
-    return kDaySeconds * date->time_since_epoch().count() + second;
+    return kDaySeconds * static_cast<double>(date->time_since_epoch().count()) + second;
 }
 
 std::optional<double> epoch_seconds(std::string_view text) {
