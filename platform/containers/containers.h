@@ -35,8 +35,7 @@ void clrtbl(Tbl* tbl);
  *                addresses of two entries, as qsort does, and `user`
  */
 void sorttbl(Tbl* tbl, int (*compare)(const void* a, const void* b, void* user), void* user);
-/** Releases a list; `release`, unless null, is called on every non-null entry first. Null is fine.
- */
+/** Releases a list, null included; `release`, unless null, is called on every non-null entry first. */
 void freetbl(Tbl* tbl, void (*release)(void*));
 
 /* ---- Maps ---- */
@@ -57,8 +56,7 @@ int maxarr(const Arr* arr);
  * Null when memory fails.
  */
 Tbl* keysarr(const Arr* arr);
-/** Releases a map; `release`, unless null, is called on every non-null value first. Null is fine.
- */
+/** Releases a map, null included; `release`, unless null, is called on every non-null value first. */
 void freearr(Arr* arr, void (*release)(void*));
 
 /* ---- Service state ---- */
