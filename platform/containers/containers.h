@@ -35,7 +35,7 @@ void clrtbl(Tbl* tbl);
  *                addresses of two entries, as qsort does, and `user`
  */
 void sorttbl(Tbl* tbl, int (*compare)(const void* a, const void* b, void* user), void* user);
-/** Releases a list, null included; `release`, unless null, is called on every non-null entry first. */
+/** Releases a list; calls `release`, unless null, on every non-null entry. Null is fine. */
 void freetbl(Tbl* tbl, void (*release)(void*));
 
 /* ---- Maps ---- */
@@ -56,7 +56,7 @@ int maxarr(const Arr* arr);
  * Null when memory fails.
  */
 Tbl* keysarr(const Arr* arr);
-/** Releases a map, null included; `release`, unless null, is called on every non-null value first. */
+/** Releases a map; calls `release`, unless null, on every non-null value. Null is fine. */
 void freearr(Arr* arr, void (*release)(void*));
 
 /* ---- Service state ---- */
