@@ -116,8 +116,8 @@ std::unique_ptr<Pf> convert(const toml::node& from, const Pf* parent, std::strin
     } else if (const auto* array = from.as_array()) {
         node->kind = Kind::array;
         for (const auto& value : *array) {
-            const std::string index = "[" + std::to_string(node->items.size()) + "]";
-            node->items.push_back(convert(value, node.get(), index, depth + 1, file));
+            std::string index = std::to_string(node->items.size());
+            node->items.push_back(convert(value, node.get(), std::move(index), depth + 1, file));
         }
     } else {
         set_scalar(*node, from);

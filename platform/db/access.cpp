@@ -1,0 +1,165 @@
+// The calls of the interface, over tables in memory.
+#include <cstdarg>
+#include <cstring>
+#include <new>
+
+#include "platform/db/db.h"
+#include "platform/db/internal.h"
+#include "platform/elog/elog.h"
+
+namespace {
+
+using namespace velorix::db;
+
+enum Table { kSite = 0, kAffiliation = 1, kTables = 2 };
+constexpr const char* kTableNames[kTables] = {"site", "affiliation"};
+
+struct Database {
+    Place place;
+    Tables tables;
+    bool loaded[kTables] = {false, false};
+};
+
+// Open databases by handle; a closed one leaves an empty place.
+std::vector<std::unique_ptr<Database>>& databases() {
+    static std::vector<std::unique_ptr<Database>> list;
+    return list;
+}
+
+Database* find(const Dbptr& db) {
+    auto& list = databases();
+    if (db.database < 0 || static_cast<size_t>(db.database) >= list.size()) return nullptr;
+    return list[static_cast<size_t>(db.database)].get();
+}
+
+int insert(std::unique_ptr<Database> database) {
+    auto& list = databases();
+    for (size_t i = 0; i < list.size(); ++i) {
+        if (list[i]) continue;
+        list[i] = std::move(database);
+        return static_cast<int>(i);
+    }
+    list.push_back(std::move(database));
+    return static_cast<int>(list.size() - 1);
+}
+
+bool load(Database& database, int table) {
+    if (database.loaded[table]) return true;
+    Tables fresh;
+    const std::string& path = database.place.path;
+    const char* name = kTableNames[table];
+    bool read = false;
+    switch (database.place.format) {
+        case Format::css:
+            read = read_css(path, name, fresh);
+            break;
+        case Format::sqlite:
+            read = read_sqlite(path, name, fresh);
+            break;
+        case Format::fdsn:
+            read = read_fdsn(path, name, fresh);
+            break;
+    }
+    if (!read) return false;
+    if (table == kSite) database.tables.site = std::move(fresh.site);
+    if (table == kAffiliation) database.tables.affiliation = std::move(fresh.affiliation);
+    database.loaded[table] = true;
+    return true;
+}
+
+size_t count(const Database& database, int table) {
+    return table == kSite ? database.tables.site.size() : database.tables.affiliation.size();
+}
+
+void put(const std::string& text, void* out) { std::memcpy(out, text.c_str(), text.size() + 1); }
+
+bool get(const Site& row, const char* field, void* out) {
+    if (std::strcmp(field, "sta") == 0) return put(row.sta, out), true;
+    if (std::strcmp(field, "ondate") == 0) return *static_cast<long*>(out) = row.ondate, true;
+    if (std::strcmp(field, "offdate") == 0) return *static_cast<long*>(out) = row.offdate, true;
+    if (std::strcmp(field, "lat") == 0) return *static_cast<double*>(out) = row.lat, true;
+    if (std::strcmp(field, "lon") == 0) return *static_cast<double*>(out) = row.lon, true;
+    if (std::strcmp(field, "elev") == 0) return *static_cast<double*>(out) = row.elev, true;
+    return false;
+}
+
+bool get(const Affiliation& row, const char* field, void* out) {
+    if (std::strcmp(field, "net") == 0) return put(row.net, out), true;
+    if (std::strcmp(field, "sta") == 0) return put(row.sta, out), true;
+    return false;
+}
+
+// The table pointed at, or null when the pointer leads nowhere.
+Database* table_of(const Dbptr& db) {
+    Database* database = find(db);
+    const bool known = db.table >= 0 && db.table < kTables;
+    return database && known && database->loaded[db.table] ? database : nullptr;
+}
+
+}  // namespace
+
+extern "C" int dbopen(const char* name, const char* mode, Dbptr* db) {
+    if (!name || !mode || !db) return dbINVALID;
+    *db = Dbptr{dbINVALID, dbINVALID, 0, 0};
+    if (std::strcmp(mode, "r") != 0) {
+        elog_log(0, "dbopen: mode '%s' is not supported, databases are only read\n", mode);
+        return dbINVALID;
+    }
+    try {
+        const auto place = recognise(name);
+        if (!place) return dbINVALID;
+        auto database = std::make_unique<Database>();
+        database->place = *place;
+        db->database = insert(std::move(database));
+        return 0;
+    } catch (const std::exception& error) {
+        elog_log(0, "dbopen: %s: %s\n", name, error.what());
+        return dbINVALID;
+    }
+}
+
+extern "C" Dbptr dblookup(Dbptr db, const char*, const char* table, const char*, const char*) {
+    db.table = dbINVALID;
+    db.record = 0;
+    Database* database = find(db);
+    if (!database || !table) return db;
+    try {
+        for (int i = 0; i < kTables; ++i) {
+            if (std::strcmp(table, kTableNames[i]) == 0 && load(*database, i)) db.table = i;
+        }
+    } catch (const std::exception& error) {
+        elog_log(0, "dblookup: %s: %s\n", table, error.what());
+    }
+    return db;
+}
+
+extern "C" int dbquery(Dbptr db, int code, void* out) {
+    const Database* database = table_of(db);
+    if (!database || code != dbRECORD_COUNT || !out) return dbINVALID;
+    *static_cast<long*>(out) = static_cast<long>(count(*database, db.table));
+    return 0;
+}
+
+extern "C" int dbgetv(Dbptr db, const char* table, ...) {
+    const Database* database = table_of(db);
+    if (!database || db.record < 0) return dbINVALID;
+    const auto row = static_cast<size_t>(db.record);
+    if (row >= count(*database, db.table)) return dbINVALID;
+    va_list arguments;
+    va_start(arguments, table);
+    bool ok = true;
+    while (const char* field = va_arg(arguments, const char*)) {
+        void* out = va_arg(arguments, void*);
+        ok = out && (db.table == kSite ? get(database->tables.site[row], field, out)
+                                       : get(database->tables.affiliation[row], field, out));
+        if (!ok) break;
+    }
+    va_end(arguments);
+    return ok ? 0 : dbINVALID;
+}
+
+extern "C" void dbclose(Dbptr* db) {
+    if (!db || !find(*db)) return;
+    databases()[static_cast<size_t>(db->database)].reset();
+    *db = Dbptr{dbINVALID, dbINVALID, 0, 0};
+}

@@ -1,0 +1,132 @@
+// CSS3.0 fixed-width flat files. Columns: CSS Version 3.0 Database: Schema Reference Manual
+// (Anderson et al., Center for Seismic Studies Technical Report C90-01, 1990); the wider dialect of
+// `site`: D. Carr, SAND2002-3055 (2002).
+#include <array>
+#include <span>
+
+#include "platform/db/internal.h"
+
+namespace velorix::db {
+namespace {
+
+/// A field by its first and last column, counted from 1.
+struct Field {
+    const char* name;
+    size_t first;
+    size_t last;
+};
+
+using SiteLayout = std::array<Field, 6>;
+constexpr SiteLayout kSite{{{"sta", 1, 6},
+                            {"ondate", 8, 15},
+                            {"offdate", 17, 24},
+                            {"lat", 26, 34},
+                            {"lon", 36, 44},
+                            {"elev", 46, 54}}};
+constexpr SiteLayout kWideSite{{{"sta", 1, 6},
+                                {"ondate", 8, 15},
+                                {"offdate", 17, 24},
+                                {"lat", 26, 36},
+                                {"lon", 38, 48},
+                                {"elev", 50, 58}}};
+constexpr size_t kSiteLength = 155;
+constexpr size_t kWideSiteLength = 161;
+constexpr std::array<Field, 2> kAffiliation{{{"net", 1, 8}, {"sta", 10, 15}}};
+
+std::string_view field(std::string_view line, const Field& at) {
+    if (line.size() < at.first) return {};
+    return trimmed(line.substr(at.first - 1, at.last - at.first + 1));
+}
+
+// A line fits a layout when the column behind each field is blank and its numbers are numbers: a
+// reader of one dialect would read nonsense from the other.
+bool fits(std::string_view line, std::span<const Field> layout) {
+    for (const Field& at : layout) {
+        if (line.size() > at.last && line[at.last] != ' ') return false;
+    }
+    return line.size() >= layout.back().first;
+}
+
+const SiteLayout* layout_of(std::string_view line) {
+    if (line.size() == kWideSiteLength && fits(line, kWideSite)) return &kWideSite;
+    if (line.size() == kSiteLength && fits(line, kSite)) return &kSite;
+    const auto numeric = [&](const SiteLayout& layout) {
+        for (size_t i = 1; i < layout.size(); ++i) {
+            if (!to_double(field(line, layout[i]))) return false;
+        }
+        return fits(line, layout);
+    };
+    if (numeric(kSite)) return &kSite;
+    if (numeric(kWideSite)) return &kWideSite;
+    return fits(line, kSite) ? &kSite : nullptr;
+}
+
+template <class T>
+bool number(std::string_view line, const Field& at, std::optional<T> (*parse)(std::string_view),
+            T& value, const RowPlace& place) {
+    const std::string_view text = field(line, at);
+    const auto parsed = parse(text);
+    if (!parsed) {
+        return malformed(place, std::string(at.name) + " '" + std::string(text) + "' in columns " +
+                                    std::to_string(at.first) + " to " + std::to_string(at.last) +
+                                    " is not a number");
+    }
+    value = *parsed;
+    return true;
+}
+
+bool known(double value, double null, const char* name, const RowPlace& place) {
+    return value != null || malformed(place, std::string(name) + " is null");
+}
+
+bool parse_site(std::string_view line, const RowPlace& place, Site& row) {
+    const SiteLayout* layout = layout_of(line);
+    if (!layout) {
+        return malformed(place, "not a site row: its fields do not stand in the columns of CSS3.0");
+    }
+    row.sta = field(line, (*layout)[0]);
+    return number(line, (*layout)[1], to_long, row.ondate, place) &&
+           number(line, (*layout)[2], to_long, row.offdate, place) &&
+           number(line, (*layout)[3], to_double, row.lat, place) &&
+           number(line, (*layout)[4], to_double, row.lon, place) &&
+           number(line, (*layout)[5], to_double, row.elev, place) &&
+           known(row.lat, -999.0, "lat", place) && known(row.lon, -999.0, "lon", place) &&
+           known(row.elev, -999.0, "elev", place);
+}
+
+bool parse_affiliation(std::string_view line, const RowPlace& place, Affiliation& row) {
+    if (!fits(line, kAffiliation)) {
+        return malformed(place,
+                         "not an affiliation row: its fields do not stand in the columns of "
+                         "CSS3.0");
+    }
+    row.net = field(line, kAffiliation[0]);
+    row.sta = field(line, kAffiliation[1]);
+    return true;
+}
+
+template <class Row>
+bool read_rows(const std::string& path, bool (*parse)(std::string_view, const RowPlace&, Row&),
+               std::vector<Row>& rows) {
+    const auto text = read_text(path);
+    if (!text) return false;
+    std::string_view line;
+    for (Lines lines(*text); lines.next(line);) {
+        const RowPlace place{path, lines.number()};
+        if (line.find('\0') != std::string_view::npos) return malformed(place, "binary data");
+        Row row;
+        if (!parse(line, place, row) || !check(row, place)) return false;
+        rows.push_back(std::move(row));
+    }
+    return true;
+}
+
+}  // namespace
+
+bool read_css(const std::string& prefix, std::string_view table, Tables& tables) {
+    const std::string path = prefix + "." + std::string(table);
+    if (table == "site") return read_rows(path, parse_site, tables.site);
+    return read_rows(path, parse_affiliation, tables.affiliation);
+}
+
+}  // namespace velorix::db

@@ -1,1 +1,0 @@
-#include "platform/db/db.h"

@@ -1,0 +1,83 @@
+#ifndef VELORIX_PLATFORM_DB_INTERNAL_H
+#define VELORIX_PLATFORM_DB_INTERNAL_H
+// What the readers of the three kinds of database share.
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velorix::db {
+
+/// A row of `site`, checked.
+struct Site {
+    std::string sta;
+    long ondate = -1;   // year x 1000 + day of year; -1 unknown
+    long offdate = -1;  // -1 open
+    double lat = 0.0;   // degrees
+    double lon = 0.0;   // degrees
+    double elev = 0.0;  // km above sea level
+};
+
+/// A row of `affiliation`: a station belongs to a network.
+struct Affiliation {
+    std::string net;
+    std::string sta;
+};
+
+struct Tables {
+    std::vector<Site> site;
+    std::vector<Affiliation> affiliation;
+};
+
+enum class Format { css, sqlite, fdsn };
+
+/// A database that has been recognised: what it is and where.
+struct Place {
+    Format format;
+    std::string path;  // the file; for CSS3.0 the common prefix of its files
+};
+
+/// What a name stands for; logs a line and returns nothing when it stands for nothing known.
+std::optional<Place> recognise(const std::string& name);
+
+/// Whole text of a regular file; logs a line on failure.
+std::optional<std::string> read_text(const std::string& path);
+
+// Each reader fills one table of the two; false after a logged line.
+bool read_css(const std::string& prefix, std::string_view table, Tables& tables);
+bool read_sqlite(const std::string& path, std::string_view table, Tables& tables);
+bool read_fdsn(const std::string& path, std::string_view table, Tables& tables);
+
+/// Where a row stands, for messages: "file:line".
+struct RowPlace {
+    const std::string& file;
+    size_t line;
+};
+/// Logs "dblookup: file:line: what" and returns false.
+bool malformed(const RowPlace& at, const std::string& what);
+/// Checks a row against what the table means; logs and returns false when it cannot be.
+bool check(const Site& row, const RowPlace& at);
+bool check(const Affiliation& row, const RowPlace& at);
+
+std::string_view trimmed(std::string_view text);
+/// Whole-text numbers, independent of the locale.
+std::optional<double> to_double(std::string_view text);
+std::optional<long> to_long(std::string_view text);
+
+/// Hands over the lines of a text one by one, without line ends; blank lines are passed over.
+class Lines {
+  public:
+    explicit Lines(std::string_view text) : rest_(text) {}
+    /// False at the end. `number` counts every line of the text from 1.
+    bool next(std::string_view& line);
+    size_t number() const { return number_; }
+
+  private:
+    std::string_view rest_;
+    size_t number_ = 0;
+};
+
+}  // namespace velorix::db
+
+#endif

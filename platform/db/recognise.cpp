@@ -1,0 +1,122 @@
+// Which of the three kinds of database a name stands for, by looking at what is there.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include "platform/db/internal.h"
+#include "platform/elog/elog.h"
+
+namespace velorix::db {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kSiteEnding = ".site";
+// Larger than any station list of the world; anything beyond was named by mistake.
+constexpr uintmax_t kLargestFile = uintmax_t{1} << 30;
+
+struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+
+bool is_regular(const std::string& path) {
+    std::error_code error;
+    return fs::is_regular_file(path, error);
+}
+
+std::nullopt_t refuse(const std::string& name, const char* why) {
+    elog_log(0, "dbopen: %s %s\n", name.c_str(), why);
+    return std::nullopt;
+}
+
+std::optional<Place> in_folder(const std::string& folder) {
+    std::error_code error;
+    std::vector<std::string> found;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (entry->path().extension() == kSiteEnding) found.push_back(entry->path().string());
+    }
+    if (error) {
+        elog_log(0, "dbopen: %s: %s\n", folder.c_str(), error.message().c_str());
+        return std::nullopt;
+    }
+    if (found.empty()) return refuse(folder, "is a folder without a *.site file");
+    if (found.size() > 1)
+        return refuse(folder, "is a folder with more than one *.site file, name one of them");
+    found[0].resize(found[0].size() - std::strlen(kSiteEnding));
+    return Place{Format::css, found[0]};
+}
+
+// The first line that is not blank.
+std::string_view first_line(std::string_view text) {
+    std::string_view line;
+    return Lines(text).next(line) ? line : std::string_view{};
+}
+
+std::optional<std::string> head(const std::string& path) {
+    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+    if (!file) {
+        elog_log(1, "dbopen: cannot open %s\n", path.c_str());
+        return std::nullopt;
+    }
+    std::string bytes(4096, '\0');
+    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file.get()));
+    return bytes;
+}
+
+std::optional<Place> by_content(const std::string& name, bool has_site_file) {
+    constexpr std::string_view sqlite_magic("SQLite format 3\0", 16);
+    constexpr long bars_of_a_station = 7;
+    const auto bytes = head(name);
+    if (!bytes) return std::nullopt;
+    if (bytes->starts_with(sqlite_magic)) return Place{Format::sqlite, name};
+    if (name.ends_with(kSiteEnding))
+        return Place{Format::css, name.substr(0, name.size() - std::strlen(kSiteEnding))};
+    const std::string_view line = first_line(*bytes);
+    const bool binary = bytes->find('\0') != std::string::npos;
+    if (!binary && std::count(line.begin(), line.end(), '|') >= bars_of_a_station)
+        return Place{Format::fdsn, name};
+    if (has_site_file) return Place{Format::css, name};
+    if (bytes->empty()) return refuse(name, "is empty");
+    return refuse(name,
+                  "is neither a CSS3.0 database, a SQLite 3 file nor an FDSN station text file");
+}
+
+}  // namespace
+
+std::optional<Place> recognise(const std::string& name) {
+    std::error_code error;
+    if (fs::is_directory(name, error)) return in_folder(name);
+    const bool has_site_file = is_regular(name + kSiteEnding);
+    if (is_regular(name)) return by_content(name, has_site_file);
+    if (has_site_file) return Place{Format::css, name};
+    if (fs::exists(name, error)) return refuse(name, "is not a regular file");
+    elog_log(0, "dbopen: no station database %s: no such file or folder, and no file %s.site\n",
+             name.c_str(), name.c_str());
+    return std::nullopt;
+}
+
+std::optional<std::string> read_text(const std::string& path) {
+    std::error_code error;
+    const uintmax_t size = fs::file_size(path, error);
+    if (!error && size > kLargestFile) {
+        elog_log(0, "dblookup: %s has %ju bytes, more than a table may have (%ju)\n", path.c_str(),
+                 size, kLargestFile);
+        return std::nullopt;
+    }
+    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+    if (error || !file) {
+        elog_log(1, "dblookup: cannot open %s\n", path.c_str());
+        return std::nullopt;
+    }
+    std::string text(size, '\0');
+    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+    if (std::ferror(file.get())) {
+        elog_log(1, "dblookup: cannot read %s\n", path.c_str());
+        return std::nullopt;
+    }
+    return text;
+}
+
+}  // namespace velorix::db

@@ -1,0 +1,98 @@
+// SQLite 3 files with tables named and laid out as the CSS3.0 schema has them.
+#include <sqlite3.h>
+
+#include "platform/db/internal.h"
+#include "platform/elog/elog.h"
+
+namespace velorix::db {
+namespace {
+
+struct CloseDatabase {
+    void operator()(sqlite3* database) const { sqlite3_close(database); }
+};
+struct CloseStatement {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Database = std::unique_ptr<sqlite3, CloseDatabase>;
+using Statement = std::unique_ptr<sqlite3_stmt, CloseStatement>;
+
+bool failed(const std::string& path, sqlite3* database) {
+    elog_log(0, "dblookup: %s: %s\n", path.c_str(),
+             database ? sqlite3_errmsg(database) : "out of memory");
+    return false;
+}
+
+std::string text(sqlite3_stmt* row, int column) {
+    const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
+    const int size = sqlite3_column_bytes(row, column);
+    return bytes ? std::string(trimmed({bytes, static_cast<size_t>(size)})) : std::string();
+}
+
+bool wrong(sqlite3_stmt* row, int column, const char* expected, const RowPlace& at) {
+    const bool null = sqlite3_column_type(row, column) == SQLITE_NULL;
+    return malformed(at, std::string("column ") + sqlite3_column_name(row, column) + " is " +
+                             (null ? "null" : "'" + text(row, column) + "'") + ", expected " +
+                             expected);
+}
+
+// A day number; null is the table's own null, -1.
+bool day(sqlite3_stmt* row, int column, const RowPlace& at, long& value) {
+    value = -1;
+    const int type = sqlite3_column_type(row, column);
+    if (type == SQLITE_NULL) return true;
+    if (type != SQLITE_INTEGER) return wrong(row, column, "an integer", at);
+    value = static_cast<long>(sqlite3_column_int64(row, column));
+    return true;
+}
+
+bool real(sqlite3_stmt* row, int column, const RowPlace& at, double& value) {
+    const int type = sqlite3_column_type(row, column);
+    if (type != SQLITE_FLOAT && type != SQLITE_INTEGER) return wrong(row, column, "a number", at);
+    value = sqlite3_column_double(row, column);
+    return true;
+}
+
+bool parse(sqlite3_stmt* row, const RowPlace& at, Site& site) {
+    site.sta = text(row, 0);
+    return day(row, 1, at, site.ondate) && day(row, 2, at, site.offdate) &&
+           real(row, 3, at, site.lat) && real(row, 4, at, site.lon) && real(row, 5, at, site.elev);
+}
+
+bool parse(sqlite3_stmt* row, const RowPlace&, Affiliation& affiliation) {
+    affiliation = {text(row, 0), text(row, 1)};
+    return true;
+}
+
+template <class Row>
+bool read_rows(sqlite3* database, const std::string& path, const char* query,
+               std::vector<Row>& rows) {
+    sqlite3_stmt* prepared = nullptr;
+    if (sqlite3_prepare_v2(database, query, -1, &prepared, nullptr) != SQLITE_OK)
+        return failed(path, database);
+    const Statement statement(prepared);
+    for (size_t number = 1;; ++number) {
+        const int step = sqlite3_step(prepared);
+        if (step == SQLITE_DONE) return true;
+        if (step != SQLITE_ROW) return failed(path, database);
+        const RowPlace at{path, number};
+        Row row;
+        if (!parse(prepared, at, row) || !check(row, at)) return false;
+        rows.push_back(std::move(row));
+    }
+}
+
+}  // namespace
+
+bool read_sqlite(const std::string& path, std::string_view table, Tables& tables) {
+    sqlite3* opened = nullptr;
+    const int status = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
+    const Database database(opened);
+    if (status != SQLITE_OK) return failed(path, opened);
+    if (table == "site") {
+        return read_rows(opened, path, "SELECT sta, ondate, offdate, lat, lon, elev FROM site",
+                         tables.site);
+    }
+    return read_rows(opened, path, "SELECT net, sta FROM affiliation", tables.affiliation);
+}
+
+}  // namespace velorix::db
