@@ -22,7 +22,6 @@ class Cursor {
   public:
     explicit Cursor(std::string_view text) : text_(text) {}
     bool at_end() const { return text_.empty(); }
-    std::string_view rest() const { return text_; }
     size_t digits() const {
         return static_cast<size_t>(std::find_if_not(text_.begin(), text_.end(), is_digit) -
                                    text_.begin());
@@ -142,9 +141,9 @@ std::optional<double> calendar_time(std::string_view text) {
 }
 
 std::optional<double> epoch_seconds(std::string_view text) {
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    Cursor digits(!text.empty() && text.front() == '-' ? text.substr(1) : text);
-    if (digits.digits() < 9) return std::nullopt;
+    const bool sign = text.starts_with('-') || text.starts_with('+');
+    if (Cursor(sign ? text.substr(1) : text).digits() < 9) return std::nullopt;
+    if (text.starts_with('+')) text.remove_prefix(1);  // from_chars knows no plus sign
     double value = 0.0;
     const char* end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value, std::chars_format::fixed);
