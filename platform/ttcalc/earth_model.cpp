@@ -108,7 +108,8 @@ class Parser {
         if (points.size() > 1 && point.depth == points[points.size() - 2].depth) {
             return fail("a depth may be given at most twice");
         }
-        if (point.depth > kEarthRadius) return fail("depth beyond the centre of the earth, 6371 km");
+        if (point.depth > kEarthRadius)
+            return fail("depth beyond the centre of the earth, 6371 km");
         if (!(point.vp > 0.0)) return fail("the P velocity must be greater than zero");
         if (point.vs < 0.0) return fail("the S velocity must not be negative");
         if (point.vs >= point.vp) return fail("the S velocity must be below the P velocity");

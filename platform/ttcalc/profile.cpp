@@ -5,9 +5,9 @@
 namespace velorix::tt {
 namespace {
 
-// Thin enough for the quadrature of shell_leg, and so that a table entry at a shell's bottom is near
-// every source inside it.
-constexpr double kThickest = 25.0;   // km
+// Thin enough for the quadrature of shell_leg, and so that a table entry at a shell's bottom is
+// near every source inside it.
+constexpr double kThickest = 25.0;      // km
 constexpr double kLargestRatio = 1.03;  // of eta within a shell
 // Inside this ball velocity counts as constant; eta falls to zero there.
 constexpr double kCentreRadius = 8.0;  // km
@@ -27,12 +27,14 @@ class Builder {
   public:
     void add_layer(double r_top, double v_top, double r_bottom, double v_bottom) {
         if (!(r_top > r_bottom)) return;
+        if (v_top <= 0.0 || v_bottom <= 0.0) v_top = v_bottom = 0.0;
         const double gradient = (v_top - v_bottom) / (r_top - r_bottom);
         const int first = static_cast<int>(shells_.size());
         RayPoint top = ray_point(r_top, v_top);
         const RayPoint end = ray_point(r_bottom, v_bottom);
         while (top.r > r_bottom) {
-            const RayPoint bottom = next_bottom(top, end, v_top + gradient * (top.r - r_top), gradient);
+            const double v = v_top + gradient * (top.r - r_top);
+            const RayPoint bottom = v > 0.0 ? next_bottom(top, end, v, gradient) : end;
             shells_.push_back({bottom, top});
             top = bottom;
         }
@@ -54,14 +56,12 @@ class Builder {
     }
 
   private:
-    static RayPoint next_bottom(const RayPoint& top, const RayPoint& end, double v, double gradient) {
+    static RayPoint next_bottom(const RayPoint& top, const RayPoint& end, double v,
+                                double gradient) {
         if (top.r <= kCentreRadius) return end;
-        double step = kThickest;
-        if (top.eta > 0.0) {
-            // d ln(eta)/dr = 1/r - v'/v; halved when the velocity changes fast.
-            const double rate = std::max(1.0 / top.r, std::fabs(gradient) / v) * 1.2;
-            step = std::min(step, (kLargestRatio - 1.0) / rate);
-        }
+        // d ln(eta)/dr = 1/r - v'/v: neither term may change eta by more than the ratio allows.
+        const double rate = std::max(1.0 / top.r, std::fabs(gradient) / v);
+        const double step = std::min(kThickest, (kLargestRatio - 1.0) / rate);
         double r = top.r - step;
         if (r < kCentreRadius && end.r < kCentreRadius) r = std::min(kCentreRadius, 0.97 * top.r);
         if (r - end.r < 0.05 * step) return end;
@@ -106,7 +106,8 @@ Profile make_profile(const EarthModel& model, Family family) {
     for (size_t i = 0; i < points.size(); ++i) {
         const ModelPoint& above = points[i];
         const bool last = i + 1 == points.size();
-        const ModelPoint below = last ? ModelPoint{kEarthRadius, above.vp, above.vs} : points[i + 1];
+        const ModelPoint below =
+            last ? ModelPoint{kEarthRadius, above.vp, above.vs} : points[i + 1];
         const bool in_core = below.depth > model.cmb;
         if (in_core && cmb < 0) cmb = builder.count();
         if (below.depth > model.icb && icb < 0) icb = builder.count();

@@ -49,10 +49,10 @@ RayPoint point_at_eta(const Shell& shell, double p);
 /**
  * Distance and time of a ray between two points of one shell (one way).
  *
- * With s = sqrt(eta^2 - p^2), dT = ds v/a and dX = ds p v/(a eta^2), where v = a + b r: no singularity
- * at the turning point (s = 0), so a short Gauss-Legendre rule in s is exact to 1e-9 of the integral
- * in shells whose eta varies by a few per cent. The factor a cancels against the change of s, so that
- * a = 0 (eta constant) is harmless. REQUIRES: 0 <= p <= both etas.
+ * With s = sqrt(eta^2 - p^2), dT = ds v/a and dX = ds p v/(a eta^2), where v = a + b r: no
+ * singularity at the turning point (s = 0), so a short Gauss-Legendre rule in s is exact to 1e-9 of
+ * the integral in shells whose eta varies by a few per cent. The factor a cancels against the
+ * change of s, so that a = 0 (eta constant) is harmless. REQUIRES: 0 <= p <= both etas.
  */
 inline Leg shell_leg(const RayPoint& low, const RayPoint& high, double p) {
     constexpr double kNode[4] = {0.069431844202973712388, 0.33000947820757186760,
@@ -91,15 +91,15 @@ struct Layer {
 };
 
 /**
- * All shells from the centre to kTopHeight above the surface. Level k is the bottom of shell k. The S
- * family goes through the core as P.
+ * All shells from the centre to kTopHeight above the surface. Level k is the bottom of shell k. The
+ * S family goes through the core as P.
  */
 struct Profile {
     std::vector<Shell> shells;
     std::vector<Layer> layers;
     int surface_level = 0;
-    int cmb_level = 0;  ///< 0 when there is no core
-    int icb_level = 0;  ///< 0 when there is no inner core
+    int cmb_level = 0;     ///< 0 when there is no core
+    int icb_level = 0;     ///< 0 when there is no inner core
     int bottom_level = 0;  ///< sources and receivers stay at or above this level
 
     /// Shell that holds the radius; on a level the shell above it.
