@@ -8,8 +8,7 @@ extern "C" {
 
 /* ---- Shared by the units ---- */
 
-
-extern Hook* hook; ///< state of the travel-time calculator, shared by every grid of the process
+extern Hook* hook;  ///< state of the travel-time calculator, shared by every grid of the process
 
 /**
  * Offsets of a point from a reference point in the azimuthal equidistant frame about it.
@@ -23,8 +22,8 @@ void xydel2latlon(double xlat1, double xlon1, double xdel, double ydel, double* 
 
 /**
  * The epicentral distance at which the first P-type arrival has a horizontal slowness.
- * @param[in]  model, sdepth, relev earth model, source depth (km) and receiver elevation (km); used by
- *             the first call of the process only, which builds the table
+ * @param[in]  model, sdepth, relev earth model, source depth (km) and receiver elevation (km); used
+ * by the first call of the process only, which builds the table
  * @param[in]  slowness horizontal slowness, s/km
  * @param[out] distance degrees; -1.0 when there is none
  * @param[out] slowout  the table's slowness there, s/km; -1.0 when there is none

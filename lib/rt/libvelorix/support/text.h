@@ -1,0 +1,26 @@
+#ifndef VELORIX_SUPPORT_TEXT_H
+#define VELORIX_SUPPORT_TEXT_H
+// The fixed-width names of a grid record.
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "velorix.h"
+
+namespace velorix {
+
+/// Copies at most 64 bytes, NUL-padded; a text that fills the field has no terminator.
+inline void set_name(char (&field)[VELORIX_NAME_SIZE], std::string_view text) {
+    std::memset(field, 0, sizeof field);
+    std::memcpy(field, text.data(), std::min(text.size(), sizeof field));
+}
+
+/// The text of a field that may lack a terminator.
+inline std::string name_text(const char (&field)[VELORIX_NAME_SIZE]) {
+    return {field, strnlen(field, sizeof field)};
+}
+
+}  // namespace velorix
+
+#endif
