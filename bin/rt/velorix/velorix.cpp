@@ -1,1 +1,158 @@
-int main() { return 0; }
+// The tool: a parameter file and a station database in, one grid heap after another out.
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "command_line.h"
+#include "platform/elog/elog.h"
+#include "progress.h"
+#include "telegrid.h"
+#include "velorix.h"
+
+namespace {
+
+using velorix::tool::CommandLine;
+
+struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+};
+struct FreeGrid {
+    void operator()(Velorix* grid) const { velorix_free(grid); }
+};
+struct FreePf {
+    void operator()(Pf* pf) const { pffree(pf); }
+};
+struct FreeKeys {
+    void operator()(Tbl* keys) const { freetbl(keys, nullptr); }
+};
+using Text = std::unique_ptr<char, Free>;
+using Grid = std::unique_ptr<Velorix, FreeGrid>;
+
+/// The heap buffer, reused from grid to grid.
+struct HeapBuffer {
+    char* bytes = nullptr;
+    int32_t size = 0;
+    int32_t capacity = 0;
+
+    HeapBuffer() = default;
+    HeapBuffer(const HeapBuffer&) = delete;
+    HeapBuffer& operator=(const HeapBuffer&) = delete;
+    ~HeapBuffer() { std::free(bytes); }
+};
+
+void setup_edp(Velorix* grid, const char* name, Pf* pf) {
+    if (velorix_setup_edp_grid(grid, name, pf) < 0)
+        elog_die(0, "velorix_setup_edp_grid() error.\n");
+}
+
+void setup_slow(Velorix* grid, const char* name, Pf* pf) {
+    if (velorix_setup_slowness_grid(grid, name, pf) < 0)
+        elog_die(0, "velorix_setup_slowness_grid() error.\n");
+}
+
+void setup_file(Velorix* grid, const char* name, Pf* pf) {
+    if (velorix_setup_readfromfile_grid(grid, name, pf) < 0)
+        elog_die(0, "velorix_setup_readfromfile_grid() error.\n");
+}
+
+void setup_utele(Velorix* grid, const char* name, Pf* pf) {
+    if (velorix_setup_fromsourcearray_grid(grid, name, telegrid_20km_n, telegrid_20km_sources, pf) <
+        0)
+        elog_die(0, "velorix_setup_fromsourcearray_grid() error.\n");
+}
+
+/// A way to lay out a grid.
+struct Builder {
+    const char* mode;
+    void (*setup)(Velorix* grid, const char* name, Pf* pf);
+    const char* label;
+};
+constexpr Builder kBuilders[] = {{"edp", setup_edp, "edp grid "},
+                                 {"slow", setup_slow, "slowness grid "},
+                                 {"file", setup_file, "file grid "},
+                                 {"utele", setup_utele, "utele grid "}};
+
+const Builder* find_builder(const char* mode) {
+    for (const Builder& builder : kBuilders) {
+        if (std::strcmp(mode, builder.mode) == 0) return &builder;
+    }
+    return nullptr;
+}
+
+void warn_if_empty(const Velorix& grid, const char* name) {
+    const char* lacks = grid.nn == 0 && grid.ns == 0 ? "nodes and no stations"
+                        : grid.nn == 0               ? "nodes"
+                        : grid.ns == 0               ? "stations"
+                                                     : nullptr;
+    if (lacks) elog_complain(0, "Grid %s has no %s.\n", name, lacks);
+}
+
+void write_heap(const HeapBuffer& heap) {
+    const auto size = static_cast<size_t>(heap.size);
+    if (std::fwrite(heap.bytes, 1, size, stdout) != size || std::fflush(stdout) != 0)
+        elog_die(1, "fwrite(stdout) error.\n");
+}
+
+void make_grid(const char* name, Pf* pf, const CommandLine& line, HeapBuffer& heap) {
+    char* value = nullptr;
+    if (parse_param(pf, "mode", PF_STRING, 1, &value) < 0)
+        elog_die(0, "parse_param(%s,mode) error.\n", name);
+    const Text mode(value);
+    if (line.time && pfput_string(pf, "time", line.time) < 0)
+        elog_die(0, "pfput_string(%s,time) error.\n", name);
+    const Grid grid(velorix_new());
+    if (!grid) elog_die(0, "velorix_new() error.\n");
+
+    const Builder* builder = find_builder(mode.get());
+    if (!builder) {
+        elog_complain(0, "Do not grok mode '%s'...skipping this grid.\n", mode.get());
+        return;
+    }
+    if (velorix_setup_stations(grid.get(), line.dbname, pf) < 0)
+        elog_die(0, "velorix_setup_stations() error.\n");
+    builder->setup(grid.get(), name, pf);
+    warn_if_empty(*grid, name);
+    std::fputs(builder->label, stderr);
+
+    if (velorix_create_heap(grid.get(), &heap.bytes, &heap.size, &heap.capacity) < 0)
+        elog_die(0, "velorix_create_heap() error.\n");
+    std::fprintf(stderr, "%d bytes\n", heap.size);
+    std::fprintf(stderr, "Computing grid %s...\n", name);
+    if (velorix_compute_travel_times(grid.get(), mycallback) < 0)
+        elog_die(0, "velorix_compute_travel_times() error.\n");
+    std::fprintf(stderr, "Writing grid %s...\n", name);
+    write_heap(heap);
+}
+
+void make_grids(Pf* grids, const CommandLine& line) {
+    const std::unique_ptr<Tbl, FreeKeys> names(keysarr(pfarr(grids)));
+    HeapBuffer heap;
+    for (int i = 0; i < maxtbl(names.get()); ++i) {
+        const char* name = static_cast<const char*>(gettbl(names.get(), i));
+        std::fprintf(stderr, "Setting up grid %s...\n", name);
+        Pf* grid = nullptr;
+        if (parse_param(grids, name, PF_ARRAY, 1, &grid) < 0)
+            elog_die(0, "parse_param(%s) error.\n", name);
+        make_grid(name, grid, line, heap);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    elog_init(argc, argv);
+    // A reader that has gone away is a failed write with a message, not a silent death.
+    std::signal(SIGPIPE, SIG_IGN);
+    const auto line = velorix::tool::parse_command_line(argc, argv);
+    if (!line) return 1;
+    Pf* read = nullptr;
+    if (pfread(line->pfname, &read) < 0) elog_die(0, "pfread(%s) error.\n", line->pfname);
+    const std::unique_ptr<Pf, FreePf> pf(read);
+    Pf* grids = nullptr;
+    if (parse_param(pf.get(), "grids", PF_ARRAY, 1, &grids) < 0)
+        elog_die(0, "parse_param(grids) error.\n");
+    make_grids(grids, *line);
+    return 0;
+}
