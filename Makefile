@@ -5,10 +5,20 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: all deps configure demo test bench lint install clean
+.PHONY: all help deps configure demo test bench lint install clean
 
 all: configure
-	cmake --build $(BUILD) -j $(JOBS)
+	@cmake --build $(BUILD) -j $(JOBS)
+
+help:
+	@echo 'make                 build the tool and the libraries in $(BUILD)'
+	@echo 'make demo            build, then compute grids of real stations and show them'
+	@echo 'make test            build, then run every test (PRESET=asan or tsan: with sanitizers)'
+	@echo 'make bench           build, then run every benchmark program'
+	@echo 'make lint            check the format; clang-tidy on what changed (ALL=1: on everything)'
+	@echo 'make install         build and install below PREFIX=$(PREFIX)'
+	@echo 'make clean           remove what was built'
+	@echo 'Variables: PRESET=release|debug|asan|tsan  JOBS=n  PREFIX=dir  WERROR=ON|OFF'
 
 deps:
 	@sh tools/install_deps.sh
@@ -17,19 +27,23 @@ configure: deps
 	@cmake --preset $(PRESET) -DVELORIX_WERROR=$(WERROR) > /dev/null
 
 test: all
-	ctest --preset $(PRESET) -j $(JOBS)
+	@ctest --preset $(PRESET) -j $(JOBS)
 
 demo: all
-	sh examples/demo.sh
+	@sh examples/demo.sh
 
 bench: all
-	sh benchmarks/run.sh
+	@sh benchmarks/run.sh $(BUILD)
 
 lint: configure
-	sh tools/lint.sh
+	@bash tools/lint.sh $(BUILD)
 
-install: all
-	cmake --install $(BUILD) --prefix $(PREFIX)
+# The prefix is configured too: programs of others that link the libraries look for the share folder
+# there when it does not lie beside them.
+install: deps
+	@cmake --preset $(PRESET) -DVELORIX_WERROR=$(WERROR) -DCMAKE_INSTALL_PREFIX=$(abspath $(PREFIX)) > /dev/null
+	@cmake --build $(BUILD) -j $(JOBS)
+	@cmake --install $(BUILD)
 
 clean:
 	rm -rf build demo-out

@@ -23,6 +23,7 @@ int numbers[] = {0, 1, 2, 3, 4, 5, 6, 7};
 
 std::vector<void*> entries_of(const Tbl* tbl) {
     std::vector<void*> entries;
+    entries.reserve(static_cast<size_t>(maxtbl(tbl)));
     for (int i = 0; i < maxtbl(tbl); ++i) entries.push_back(gettbl(tbl, i));
     return entries;
 }

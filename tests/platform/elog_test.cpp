@@ -72,6 +72,7 @@ TEST(Elog, LinesOfSeveralThreadsNeverMix) {
     constexpr int kLines = 200;
     const std::string text = standard_error_of([&] {
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int t = 0; t < kThreads; ++t) {
             threads.emplace_back([t] {
                 const std::string body(300, static_cast<char>('a' + t));
