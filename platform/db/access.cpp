@@ -17,7 +17,7 @@ constexpr const char* kTableNames[kTables] = {"site", "affiliation"};
 struct Database {
     Place place;
     Tables tables;
-    bool loaded[kTables] = {false, false};
+    std::optional<Read> state[kTables];  // nothing until the table is looked up
 };
 
 // Open databases by handle; a closed one leaves an empty place.
@@ -43,12 +43,13 @@ int insert(std::unique_ptr<Database> database) {
     return static_cast<int>(list.size() - 1);
 }
 
-bool load(Database& database, int table) {
-    if (database.loaded[table]) return true;
+// Reads a table once; its state says what came of it.
+void load(Database& database, int table) {
+    if (database.state[table]) return;
     Tables fresh;
+    Read read = Read::absent;
     const std::string& path = database.place.path;
     const char* name = kTableNames[table];
-    bool read = false;
     switch (database.place.format) {
         case Format::css:
             read = read_css(path, name, fresh);
@@ -60,15 +61,18 @@ bool load(Database& database, int table) {
             read = read_fdsn(path, name, fresh);
             break;
     }
-    if (!read) return false;
     if (table == kSite) database.tables.site = std::move(fresh.site);
     if (table == kAffiliation) database.tables.affiliation = std::move(fresh.affiliation);
-    database.loaded[table] = true;
-    return true;
+    database.state[table] = read;
 }
 
-size_t count(const Database& database, int table) {
+size_t rows_read(const Database& database, int table) {
     return table == kSite ? database.tables.site.size() : database.tables.affiliation.size();
+}
+
+// The row that could not be read counts too: reading it is what fails.
+size_t count(const Database& database, int table) {
+    return rows_read(database, table) + (database.state[table] == Read::malformed ? 1 : 0);
 }
 
 void put(const std::string& text, void* out) { std::memcpy(out, text.c_str(), text.size() + 1); }
@@ -93,7 +97,9 @@ bool get(const Affiliation& row, const char* field, void* out) {
 Database* table_of(const Dbptr& db) {
     Database* database = find(db);
     const bool known = db.table >= 0 && db.table < kTables;
-    return database && known && database->loaded[db.table] ? database : nullptr;
+    const bool there = database && known && database->state[db.table] &&
+                       *database->state[db.table] != Read::absent;
+    return there ? database : nullptr;
 }
 
 }  // namespace
@@ -125,7 +131,9 @@ extern "C" Dbptr dblookup(Dbptr db, const char*, const char* table, const char*,
     if (!database || !table) return db;
     try {
         for (int i = 0; i < kTables; ++i) {
-            if (std::strcmp(table, kTableNames[i]) == 0 && load(*database, i)) db.table = i;
+            if (std::strcmp(table, kTableNames[i]) != 0) continue;
+            load(*database, i);
+            if (*database->state[i] != Read::absent) db.table = i;
         }
     } catch (const std::exception& error) {
         elog_log(0, "dblookup: %s: %s\n", table, error.what());
@@ -144,7 +152,7 @@ extern "C" int dbgetv(Dbptr db, const char* table, ...) {
     const Database* database = table_of(db);
     if (!database || db.record < 0) return dbINVALID;
     const auto row = static_cast<size_t>(db.record);
-    if (row >= count(*database, db.table)) return dbINVALID;
+    if (row >= rows_read(*database, db.table)) return dbINVALID;
     va_list arguments;
     va_start(arguments, table);
     bool ok = true;

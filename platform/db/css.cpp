@@ -106,24 +106,25 @@ bool parse_affiliation(std::string_view line, const RowPlace& place, Affiliation
 }
 
 template <class Row>
-bool read_rows(const std::string& path, bool (*parse)(std::string_view, const RowPlace&, Row&),
+Read read_rows(const std::string& path, bool (*parse)(std::string_view, const RowPlace&, Row&),
                std::vector<Row>& rows) {
     const auto text = read_text(path);
-    if (!text) return false;
+    if (!text) return Read::absent;
     std::string_view line;
     for (Lines lines(*text); lines.next(line);) {
         const RowPlace place{path, lines.number()};
-        if (line.find('\0') != std::string_view::npos) return malformed(place, "binary data");
         Row row;
-        if (!parse(line, place, row) || !check(row, place)) return false;
+        const bool text_row = line.find('\0') == std::string_view::npos ||
+                              malformed(place, "binary data in a text table");
+        if (!text_row || !parse(line, place, row) || !check(row, place)) return Read::malformed;
         rows.push_back(std::move(row));
     }
-    return true;
+    return Read::good;
 }
 
 }  // namespace
 
-bool read_css(const std::string& prefix, std::string_view table, Tables& tables) {
+Read read_css(const std::string& prefix, std::string_view table, Tables& tables) {
     const std::string path = prefix + "." + std::string(table);
     if (table == "site") return read_rows(path, parse_site, tables.site);
     return read_rows(path, parse_affiliation, tables.affiliation);

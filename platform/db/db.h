@@ -34,8 +34,10 @@ int dbopen(const char* name, const char* mode, Dbptr* db);
 
 /**
  * Points at a table by name; the other arguments exist for symmetry and must be 0.
- * @return a pointer to record 0 of the table; its `table` is dbINVALID when the table is absent or
- *         malformed (after a logged line)
+ * The table is read here. A row that cannot be read is logged with file and line, ends the reading
+ * and counts as the last record: dbgetv on it fails.
+ * @return a pointer to record 0 of the table; its `table` is dbINVALID when the table is absent
+ *         (after a logged line)
  */
 Dbptr dblookup(Dbptr db, const char* database, const char* table, const char* field,
                const char* record);

@@ -177,16 +177,16 @@ void join_stations(std::vector<Epoch>& epochs, const std::string& path) {
 
 }  // namespace
 
-bool read_fdsn(const std::string& path, std::string_view table, Tables& tables) {
+Read read_fdsn(const std::string& path, std::string_view table, Tables& tables) {
     const auto text = read_text(path);
-    if (!text) return false;
+    if (!text) return Read::absent;
     std::vector<Epoch> epochs;
     std::string_view line;
     for (Lines lines(*text); lines.next(line);) {
         if (trimmed(line).front() == '#') continue;
         if (epochs.empty() && lines.number() == 1 && line.starts_with("\xEF\xBB\xBF#")) continue;
         Epoch epoch;
-        if (!parse_epoch(line, {path, lines.number()}, epoch)) return false;
+        if (!parse_epoch(line, {path, lines.number()}, epoch)) return Read::malformed;
         epochs.push_back(std::move(epoch));
     }
     if (table == "affiliation") {
@@ -195,13 +195,13 @@ bool read_fdsn(const std::string& path, std::string_view table, Tables& tables) 
             if (seen.emplace(epoch.code.net, epoch.code.sta).second)
                 tables.affiliation.push_back(epoch.code);
         }
-        return true;
+        return Read::good;
     }
     join_stations(epochs, path);
     for (Epoch& epoch : epochs) {
         if (!epoch.dropped) tables.site.push_back(std::move(epoch.site));
     }
-    return true;
+    return Read::good;
 }
 
 }  // namespace velorix::db

@@ -44,10 +44,13 @@ std::optional<Place> recognise(const std::string& name);
 /// Whole text of a regular file; logs a line on failure.
 std::optional<std::string> read_text(const std::string& path);
 
-// Each reader fills one table of the two; false after a logged line.
-bool read_css(const std::string& prefix, std::string_view table, Tables& tables);
-bool read_sqlite(const std::string& path, std::string_view table, Tables& tables);
-bool read_fdsn(const std::string& path, std::string_view table, Tables& tables);
+/// What became of a table: it is there, it is not, or one of its rows cannot be read.
+enum class Read { good, absent, malformed };
+
+// Each reader fills one table of the two; anything but `good` comes after a logged line.
+Read read_css(const std::string& prefix, std::string_view table, Tables& tables);
+Read read_sqlite(const std::string& path, std::string_view table, Tables& tables);
+Read read_fdsn(const std::string& path, std::string_view table, Tables& tables);
 
 /// Where a row stands, for messages: "file:line".
 struct RowPlace {

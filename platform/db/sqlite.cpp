@@ -16,10 +16,10 @@ struct CloseStatement {
 using Database = std::unique_ptr<sqlite3, CloseDatabase>;
 using Statement = std::unique_ptr<sqlite3_stmt, CloseStatement>;
 
-bool failed(const std::string& path, sqlite3* database) {
+Read failed(const std::string& path, sqlite3* database, Read result) {
     elog_log(0, "dblookup: %s: %s\n", path.c_str(),
              database ? sqlite3_errmsg(database) : "out of memory");
-    return false;
+    return result;
 }
 
 std::string text(sqlite3_stmt* row, int column) {
@@ -64,30 +64,30 @@ bool parse(sqlite3_stmt* row, const RowPlace&, Affiliation& affiliation) {
 }
 
 template <class Row>
-bool read_rows(sqlite3* database, const std::string& path, const char* query,
+Read read_rows(sqlite3* database, const std::string& path, const char* query,
                std::vector<Row>& rows) {
     sqlite3_stmt* prepared = nullptr;
     if (sqlite3_prepare_v2(database, query, -1, &prepared, nullptr) != SQLITE_OK)
-        return failed(path, database);
+        return failed(path, database, Read::absent);
     const Statement statement(prepared);
     for (size_t number = 1;; ++number) {
         const int step = sqlite3_step(prepared);
-        if (step == SQLITE_DONE) return true;
-        if (step != SQLITE_ROW) return failed(path, database);
+        if (step == SQLITE_DONE) return Read::good;
+        if (step != SQLITE_ROW) return failed(path, database, Read::malformed);
         const RowPlace at{path, number};
         Row row;
-        if (!parse(prepared, at, row) || !check(row, at)) return false;
+        if (!parse(prepared, at, row) || !check(row, at)) return Read::malformed;
         rows.push_back(std::move(row));
     }
 }
 
 }  // namespace
 
-bool read_sqlite(const std::string& path, std::string_view table, Tables& tables) {
+Read read_sqlite(const std::string& path, std::string_view table, Tables& tables) {
     sqlite3* opened = nullptr;
     const int status = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
     const Database database(opened);
-    if (status != SQLITE_OK) return failed(path, opened);
+    if (status != SQLITE_OK) return failed(path, opened, Read::absent);
     if (table == "site") {
         return read_rows(opened, path, "SELECT sta, ondate, offdate, lat, lon, elev FROM site",
                          tables.site);
