@@ -1,0 +1,61 @@
+#include "rows.h"
+
+#include "text.h"
+
+namespace velorix::info {
+namespace {
+
+struct CsvText {
+    std::string operator()(std::monostate) const { return {}; }
+    std::string operator()(std::string_view text) const { return csv_field(text); }
+    std::string operator()(int64_t value) const { return std::to_string(value); }
+    std::string operator()(double value) const { return shortest(value); }
+    std::string operator()(float value) const { return shortest(value); }
+};
+
+struct JsonValue {
+    JsonWriter& json;
+    void operator()(std::monostate) const { json.null(); }
+    void operator()(std::string_view text) const { json.string(text); }
+    void operator()(int64_t value) const { json.integer(value); }
+    void operator()(double value) const { json.number(value); }
+    void operator()(float value) const { json.number(value); }
+};
+
+}  // namespace
+
+void CsvRows::set_place(std::string_view file, std::string_view grid) {
+    place_ = csv_field(file) + ',' + csv_field(grid);
+}
+
+void CsvRows::begin(std::span<const std::string_view> columns) {
+    if (has_header_) return;
+    has_header_ = true;
+    std::string line = "file,grid";
+    for (const std::string_view column : columns) (line += ',') += column;
+    fputs((line + '\n').c_str(), out_);
+}
+
+void CsvRows::row(std::span<const Cell> cells) {
+    std::string line = place_;
+    for (const Cell& cell : cells) (line += ',') += std::visit(CsvText{}, cell);
+    line += '\n';
+    fwrite(line.data(), 1, line.size(), out_);
+}
+
+void JsonRows::begin(std::span<const std::string_view> columns) {
+    columns_ = columns;
+    json_.key(name_);
+    json_.begin_array();
+}
+
+void JsonRows::row(std::span<const Cell> cells) {
+    json_.begin_object();
+    for (size_t i = 0; i < cells.size(); ++i) {
+        json_.key(columns_[i]);
+        std::visit(JsonValue{json_}, cells[i]);
+    }
+    json_.end_object();
+}
+
+}  // namespace velorix::info
