@@ -23,6 +23,13 @@ bool to_number(std::string_view token, double& value) {
     return status == std::errc() && end == token.data() + token.size() && std::isfinite(value);
 }
 
+std::string quoted(std::string_view token) {
+    constexpr size_t kLongest = 40;
+    std::string text(1, '\'');
+    text.append(token.substr(0, kLongest));
+    return text.append(1, '\'');
+}
+
 class Parser {
   public:
     Parser(ModelFormat format, const std::string& origin) : format_(format), origin_(origin) {}
@@ -59,7 +66,7 @@ class Parser {
         if (format_ == ModelFormat::kNamedDiscontinuities) return parse_label(first);
         // The two header lines of a .tvel file are free text.
         if (line_number_ <= 2) return true;
-        return fail("'" + std::string(first.substr(0, 40)) + "' is not a depth");
+        return fail(quoted(first) + " is not a depth");
     }
 
     bool parse_label(std::string_view label) {
@@ -68,11 +75,11 @@ class Parser {
                            : label == "inner-core" ? &model.icb
                                                    : nullptr;
         if (boundary == nullptr) {
-            return fail("'" + std::string(label.substr(0, 40)) +
-                        "' is neither a number nor mantle, outer-core or inner-core");
+            return fail(quoted(label) +
+                        " is neither a number nor mantle, outer-core or inner-core");
         }
         if (model.points.empty()) {
-            return fail("'" + std::string(label) + "' stands before the first row");
+            return fail(quoted(label) + " stands before the first row");
         }
         *boundary = model.points.back().depth;
         return true;
@@ -85,7 +92,7 @@ class Parser {
         for (std::string_view token = next_token(line); !token.empty(); token = next_token(line)) {
             double value = 0;
             if (!to_number(token, value)) {
-                return fail("'" + std::string(token.substr(0, 40)) + "' is not a number");
+                return fail(quoted(token) + " is not a number");
             }
             if (n < kColumns) column[static_cast<size_t>(n)] = value;
             ++n;

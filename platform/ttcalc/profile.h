@@ -2,14 +2,14 @@
 #define VELORIX_TTCALC_PROFILE_H
 // The earth as one wave family meets it: thin shells with velocity linear in radius, and the exact
 // ray integrals through them.
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
 #include "platform/ttcalc/earth_model.h"
+#include "platform/ttcalc/phases.h"
 
 namespace velorix::tt {
-
-enum class Family { kP, kS };
 
 /// Stations up to this height (km) are reached through the top velocity continued upward.
 constexpr double kTopHeight = 10.0;
@@ -101,6 +101,13 @@ struct Profile {
     int cmb_level = 0;     ///< 0 when there is no core
     int icb_level = 0;     ///< 0 when there is no inner core
     int bottom_level = 0;  ///< sources and receivers stay at or above this level
+
+    const Shell& shell(int k) const { return shells[static_cast<size_t>(k)]; }
+    int levels() const { return static_cast<int>(shells.size()) + 1; }
+    double radius(int level) const {
+        return level < static_cast<int>(shells.size()) ? shell(level).bottom.r
+                                                       : shells.back().top.r;
+    }
 
     /// Shell that holds the radius; on a level the shell above it.
     int shell_at(double r) const;

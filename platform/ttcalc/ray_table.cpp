@@ -1,136 +1,101 @@
 #include "platform/ttcalc/ray_table.h"
 
 #include <algorithm>
+#include <numbers>
 
 #include "platform/ttcalc/segment.h"
 
 namespace velorix::tt {
 namespace {
 
-// Levels and points closer than this (km) are one: depths carry rounding noise.
-constexpr double kSameRadius = 1e-7;
+// Interpolation errors at which an interval of samples is halved.
+constexpr double kTimeError = 1e-5;                               // s
+constexpr double kSlownessError = 1e-4 * 180 / std::numbers::pi;  // s/rad
+constexpr int kMostHalvings = 8;
 
-double smaller_eta(const Shell& shell) { return std::min(shell.bottom.eta, shell.top.eta); }
+// Rows of the table: not closer than this, and in no more memory than that for a dense user model.
+constexpr double kRowSpacing = 10.0;  // km
+constexpr double kMostBytes = 48e6;
 
-// Rays through the innermost ball, where velocity is constant: straight chords.
-Leg centre_leg(const Shell& ball, double p) {
-    return {std::acos(std::clamp(p / ball.top.eta, 0.0, 1.0)),
-            std::sqrt(std::max(0.0, (ball.top.eta - p) * (ball.top.eta + p)))};
+// A model with very many lids could make blocks without end; those under the lids go first.
+constexpr size_t kMostBuriedBlocks = 2000;
+
+Branch branch_at(const EarthModel& model, double depth) {
+    if (depth > model.icb) return Branch::kInnerCore;
+    if (depth > model.cmb) return Branch::kOuterNear;
+    if (depth > model.transition) return Branch::kMantle;
+    if (depth > model.moho) return Branch::kUpperMantle;
+    return depth > model.conrad ? Branch::kLowerCrust : Branch::kUpperCrust;
 }
 
-// From the turning point of a ray in a shell up to a point of the same shell.
-Leg turning_leg(const Profile& profile, int shell, double p, const RayPoint& end) {
-    if (shell == 0) return centre_leg({profile.shells[0].bottom, end}, p);
-    return shell_leg(point_at_eta(profile.shells[static_cast<size_t>(shell)], p), end, p);
-}
+Ray make_ray(double p, const Leg& a, const Leg& b) { return {p, a.x + b.x, a.t + b.t}; }
 
 }  // namespace
 
 RayTable::RayTable(const EarthModel& model, Family family) : profile_(make_profile(model, family)) {
-    for (int i = static_cast<int>(profile_.layers.size()) - 1; i >= 0; --i) add_turning_blocks(i);
+    for (int i = static_cast<int>(profile_.layers.size()) - 1; i >= 0; --i) {
+        add_turning_blocks(model, i);
+    }
     if (profile_.icb_level > 0) add_reflections();
     if (profile_.cmb_level > 0) add_diffraction();
+    choose_rows();
     fill_legs();
+    fill_windows();
 }
 
-Station RayTable::locate(double r) const {
-    const std::vector<Shell>& shells = profile_.shells;
-    const int k = profile_.shell_at(r);
-    const Shell& shell = shells[static_cast<size_t>(k)];
-    if (r - shell.bottom.r < kSameRadius) return {k, false, {}};
-    if (shell.top.r - r < kSameRadius) return {k + 1, false, {}};
-    return {k, true, point_at_radius(shell, r)};
-}
-
-double RayTable::largest_p(const Station& low, const Station& high) const {
-    double p = kNoBoundary;
-    if (low.inside) p = std::min(p, low.point.eta);
-    if (high.inside) p = std::min(p, high.point.eta);
-    if (low.level == high.level) {
-        if (high.inside && !low.inside) {
-            p = std::min(p, profile_.shells[static_cast<size_t>(low.level)].bottom.eta);
-        }
-        return p;
-    }
-    for (int k = low.level; k < high.level; ++k) {
-        const Shell& shell = profile_.shells[static_cast<size_t>(k)];
-        p = std::min(p, k == low.level && low.inside ? shell.top.eta : smaller_eta(shell));
-    }
-    if (high.inside) p = std::min(p, profile_.shells[static_cast<size_t>(high.level)].bottom.eta);
-    return p;
-}
-
-Leg RayTable::leg_to(int sample, const Station& end) const {
-    const size_t row = static_cast<size_t>(end.level - profile_.bottom_level);
-    Leg leg = legs_[row * p_.size() + static_cast<size_t>(sample)];
-    if (end.inside) {
-        leg.add(shell_leg(profile_.shells[static_cast<size_t>(end.level)].bottom, end.point,
-                          p_[static_cast<size_t>(sample)]));
-    }
-    return leg;
-}
-
-Leg RayTable::leg_between(const Station& low, const Station& high, double p) const {
-    const auto shell = [this](int k) -> const Shell& {
-        return profile_.shells[static_cast<size_t>(k)];
-    };
-    const RayPoint& start = low.inside ? low.point : shell(low.level).bottom;
-    if (low.level == high.level) {
-        return high.inside ? shell_leg(start, high.point, p) : Leg{};
-    }
-    Leg leg = shell_leg(start, shell(low.level).top, p);
-    for (int k = low.level + 1; k < high.level; ++k)
-        leg.add(shell_leg(shell(k).bottom, shell(k).top, p));
-    if (high.inside) leg.add(shell_leg(shell(high.level).bottom, high.point, p));
-    return leg;
-}
-
-Leg RayTable::leg_from_turn(const Layer& layer, double p, const Station& end) const {
-    int k = layer.first_shell;
-    while (k + 1 < layer.end_shell && profile_.shells[static_cast<size_t>(k)].top.eta < p) ++k;
-    if (end.inside && end.level <= k) return turning_leg(profile_, k, p, end.point);
-    if (end.level <= k) return {};
-    Leg leg = turning_leg(profile_, k, p, profile_.shells[static_cast<size_t>(k)].top);
-    leg.add(leg_between({k + 1, false, {}}, end, p));
-    return leg;
-}
-
-int RayTable::reach_of(int level, double p) const {
-    const int end = static_cast<int>(profile_.shells.size());
-    while (level < end && smaller_eta(profile_.shells[static_cast<size_t>(level)]) >= p) ++level;
-    return level;
-}
-
-void RayTable::add_turning_blocks(int index) {
+void RayTable::add_turning_blocks(const EarthModel& model, int index) {
     const Layer& layer = profile_.layers[static_cast<size_t>(index)];
-    const double low = profile_.shells[static_cast<size_t>(layer.first_shell)].bottom.eta;
-    double high = profile_.shells[static_cast<size_t>(layer.end_shell - 1)].top.eta;
+    const int top_level = layer.end_shell;
+    const double low = profile_.shell(layer.first_shell).bottom.eta;
+    const double top = profile_.shell(top_level - 1).top.eta;
+    const double depth =
+        kEarthRadius - 0.5 * (profile_.radius(layer.first_shell) + profile_.radius(top_level));
     // The layer's range falls apart where part of its rays stays below some lid.
-    while (high > low) {
-        const int reach = reach_of(layer.end_shell, high);
-        const bool open = reach == static_cast<int>(profile_.shells.size());
-        double next = open ? low : smaller_eta(profile_.shells[static_cast<size_t>(reach)]);
-        next = std::max(next, low);
-        if (layer.end_shell > profile_.bottom_level || reach > profile_.bottom_level) {
-            add_block({RayKind::kTurning, index, layer.end_shell, reach, next, high, 0, 0});
+    for (double high = top, next = low; high > low; high = next) {
+        const int reach = reach_of(top_level, high);
+        const bool emerges = reach + 1 == profile_.levels();
+        if (emerges) {
+            next = low;
+        } else {
+            const Shell& lid = profile_.shell(reach);
+            next = std::max(low, std::min(lid.bottom.eta, lid.top.eta));
         }
-        high = next;
+        const bool in_core = top_level <= profile_.cmb_level;
+        if (in_core && reach <= profile_.cmb_level) continue;
+        if (!emerges && blocks_.size() > kMostBuriedBlocks) continue;
+        add_block({RayKind::kTurning, branch_at(model, depth), index, top_level, reach, next, high,
+                   0, 0, 0.0, 0.0});
     }
 }
 
 void RayTable::add_reflections() {
     const int level = profile_.icb_level;
-    double p = kNoBoundary;
-    for (size_t k = static_cast<size_t>(level); k < profile_.shells.size(); ++k) {
-        p = std::min(p, smaller_eta(profile_.shells[k]));
+    double p = profile_.shell(level).bottom.eta;
+    for (int k = level; k + 1 < profile_.levels(); ++k) {
+        p = std::min({p, profile_.shell(k).bottom.eta, profile_.shell(k).top.eta});
     }
-    if (p > 0.0) add_block({RayKind::kReflected, -1, level, reach_of(level, p), 0.0, p, 0, 0});
+    if (!(p > 0.0)) return;
+    add_block({RayKind::kReflected, Branch::kReflected, -1, level, reach_of(level, p), 0.0, p, 0, 0,
+               0.0, 0.0});
 }
 
 void RayTable::add_diffraction() {
     const int level = profile_.cmb_level;
-    const double p = profile_.shells[static_cast<size_t>(level)].bottom.eta;
-    if (p > 0.0) add_block({RayKind::kDiffracted, -1, level, reach_of(level, p), p, p, 0, 0});
+    const double p = profile_.shell(level).bottom.eta;
+    if (!(p > 0.0)) return;
+    Block block{RayKind::kDiffracted,
+                Branch::kDiffracted,
+                -1,
+                level,
+                reach_of(level, p),
+                p,
+                p,
+                static_cast<int>(p_.size()),
+                1,
+                0.0,
+                0.0};
+    push(p, 1.0);
+    blocks_.push_back(block);
 }
 
 // Calls visit(level, leg up to it) for every level that the rays of the block reach.
@@ -139,51 +104,111 @@ void RayTable::climb(const Block& block, double p, Visit visit) const {
     Leg leg;
     int level = block.start_level;
     if (block.kind == RayKind::kTurning) {
-        const Layer& layer = profile_.layers[static_cast<size_t>(block.layer)];
-        leg = leg_from_turn(layer, p, {level, false, {}});
+        leg =
+            leg_from_turn(profile_.layers[static_cast<size_t>(block.layer)], p, {level, false, {}});
     }
     visit(level, leg);
     for (; level < block.reach; ++level) {
-        const Shell& shell = profile_.shells[static_cast<size_t>(level)];
-        leg.add(shell_leg(shell.bottom, shell.top, p));
+        leg.add(shell_leg(profile_.shell(level).bottom, profile_.shell(level).top, p));
         visit(level + 1, leg);
     }
 }
 
-Leg RayTable::leg_to_level(const Block& block, double p, int wanted) const {
-    Leg result;
+RayTable::Sample RayTable::sample_at(const Block& block, double u) const {
+    const double p = u >= 1.0 ? block.p_low : block.p_high - (block.p_high - block.p_low) * u * u;
+    const int top = std::max(block.start_level, std::min(block.reach, profile_.surface_level));
+    Sample sample{u, p, {}, {}};
     climb(block, p, [&](int level, const Leg& leg) {
-        if (level == wanted) result = leg;
+        if (level == block.start_level) sample.turn = leg;
+        if (level == top) sample.total = leg;
     });
-    return result;
+    return sample;
 }
 
-void RayTable::add_block(Block block) {
-    block.first = static_cast<int>(p_.size());
-    const int n = block.kind == RayKind::kDiffracted ? 0 : 12;
-    for (int i = 0; i <= n; ++i) {
-        const double u = n == 0 ? 0.0 : static_cast<double>(i) / n;
-        const double p = i == n ? block.p_low : block.p_high - (block.p_high - block.p_low) * u * u;
-        const double next = u + (n == 0 ? 1.0 : 1.0 / n);
-        p_.push_back(p);
-        shape_.push_back(2.0 * u / (u + next));
+void RayTable::push(double p, double shape) {
+    p_.push_back(p);
+    shape_.push_back(shape);
+}
+
+// Pushes the samples from a up to but without b, close enough together for a source at the surface
+// as well as for one at the top of the turning layer.
+void RayTable::refine(const Block& block, const Sample& a, const Sample& b, int depth) {
+    const double shape = 2.0 * a.u / (a.u + b.u);
+    if (depth < kMostHalvings) {
+        const Sample middle = sample_at(block, 0.5 * (a.u + b.u));
+        bool good = true;
+        for (const Leg Sample::*source : {&Sample::turn, &Sample::total}) {
+            const Segment segment(make_ray(a.p, a.*source, a.total),
+                                  make_ray(b.p, b.*source, b.total), shape);
+            const Ray exact = make_ray(middle.p, middle.*source, middle.total);
+            double w[2];
+            double time_error = 1.0, slowness_error = 1e3;
+            const int n = segment.find(exact.x, w);
+            for (int i = 0; i < n; ++i) {
+                const Hit hit = segment.at(w[i]);
+                if (std::fabs(hit.p - exact.p) > slowness_error) continue;
+                slowness_error = std::fabs(hit.p - exact.p);
+                time_error = std::fabs(hit.t - exact.t);
+            }
+            good = good && time_error < kTimeError && slowness_error < kSlownessError;
+        }
+        if (!good) {
+            refine(block, a, middle, depth + 1);
+            refine(block, middle, b, depth + 1);
+            return;
+        }
     }
+    push(a.p, shape);
+}
+
+void RayTable::add_block(const Block& planned) {
+    Block block = planned;
+    block.first = static_cast<int>(p_.size());
+    const Sample top = sample_at(block, 0.0), middle = sample_at(block, 0.5);
+    const Sample bottom = sample_at(block, 1.0);
+    refine(block, top, middle, 1);
+    refine(block, middle, bottom, 1);
+    push(block.p_low, 1.0);
     block.count = static_cast<int>(p_.size()) - block.first;
     blocks_.push_back(block);
 }
 
+void RayTable::choose_rows() {
+    const int first = profile_.bottom_level;
+    const double most_rows = kMostBytes / static_cast<double>(sizeof(Leg) * p_.size());
+    const double spacing =
+        std::max(kRowSpacing, (kEarthRadius + kTopHeight - profile_.radius(first)) / most_rows);
+    row_of_level_.assign(static_cast<size_t>(profile_.levels()), 0);
+    for (int level = first; level < profile_.levels(); ++level) {
+        if (level_of_row_.empty() || level == profile_.surface_level ||
+            profile_.radius(level) - profile_.radius(level_of_row_.back()) >= 0.999 * spacing) {
+            level_of_row_.push_back(level);
+        }
+        row_of_level_[static_cast<size_t>(level)] = static_cast<int>(level_of_row_.size()) - 1;
+    }
+}
+
 void RayTable::fill_legs() {
-    const int rows = static_cast<int>(profile_.shells.size()) + 1 - profile_.bottom_level;
-    legs_.resize(static_cast<size_t>(rows) * p_.size());
-    for (const Block& block : blocks_) {
+    legs_.resize(level_of_row_.size() * p_.size());
+    for (Block& block : blocks_) {
+        const RayPoint& surface = profile_.shell(profile_.surface_level).bottom;
+        const RayPoint& top = profile_.shell(profile_.surface_level).top;
+        if (block.p_high <= surface.eta) block.highest_x = shell_leg(surface, top, block.p_high).x;
         for (int i = block.first; i < block.first + block.count; ++i) {
-            climb(block, p_[static_cast<size_t>(i)], [&](int level, const Leg& leg) {
+            climb(block, p(i), [&](int level, const Leg& leg) {
+                if (level == block.start_level) block.widest_x = std::max(block.widest_x, leg.x);
                 if (level < profile_.bottom_level) return;
-                const size_t row = static_cast<size_t>(level - profile_.bottom_level);
+                const size_t row = static_cast<size_t>(row_of(level));
+                if (level_of_row_[row] != level) return;
                 legs_[row * p_.size() + static_cast<size_t>(i)] = leg;
             });
         }
     }
+}
+
+size_t RayTable::bytes() const {
+    return legs_.capacity() * sizeof(Leg) + windows_.capacity() * sizeof(Window) +
+           (p_.capacity() + shape_.capacity()) * sizeof(double);
 }
 
 }  // namespace velorix::tt

@@ -16,6 +16,11 @@ struct Hit {
     double p, t;
 };
 
+/// Smallest and largest distance (rad) of some rays.
+struct Window {
+    double nearest, farthest;
+};
+
 /**
  * The rays between two samples, as polynomials in w = 0 .. 1 from the first to the second:
  *   p(w) = p + p1 w + p2 w^2,  x(w) = x + x1 w + x2 w^2,
@@ -46,6 +51,18 @@ struct Segment {
         const double c3 = (2.0 * p1 * x2 + p2 * x1) / 3.0;
         const double c4 = 0.5 * p2 * x2;
         return {p + w * (p1 + w * p2), t + w * (c1 + w * (c2 + w * (c3 + w * c4)))};
+    }
+
+    /// Distances between which the segment lies, its caustic included.
+    Window window() const {
+        const double end = x + x1 + x2;
+        Window window{std::min(x, end), std::max(x, end)};
+        const double w = x2 != 0.0 ? -x1 / (2.0 * x2) : 0.0;
+        if (w > 0.0 && w < 1.0) {
+            window.nearest = std::min(window.nearest, x + 0.5 * w * x1);
+            window.farthest = std::max(window.farthest, x + 0.5 * w * x1);
+        }
+        return window;
     }
 
     /**

@@ -1,139 +1,237 @@
 #include "platform/ttcalc/ttcalc.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <fstream>
+#include <exception>
 #include <map>
 #include <memory>
+#include <new>
 #include <numbers>
-#include <sstream>
+#include <string>
+#include <vector>
 
 #include "platform/elog/elog.h"
-#include "platform/geodesy/geodesy.h"
-#include "platform/ttcalc/builtin_models.h"
-#include "platform/ttcalc/prepared.h"
+#include "platform/ttcalc/calculator.h"
+#include "platform/ttcalc/model_files.h"
 
 namespace {
+
 using namespace velorix::tt;
 
 constexpr double kDegree = std::numbers::pi / 180.0;
+constexpr size_t kModelLength = 64;
+constexpr double kHighest = kTopHeight;  // km
 
-struct Model {
-    EarthModel earth;
-    std::unique_ptr<RayTable> tables[2];
-    double key[2] = {-1, -1};
-    std::unique_ptr<Prepared> prepared[2];
+// An answer's records and the list of them. Records keep their place, so the list is extended,
+// never rewritten, while it grows.
+template <class Record>
+struct Answer {
+    std::vector<Record> records;
+    Tbl* list = nullptr;
+
+    ~Answer() { freetbl(list, nullptr); }
+
+    bool resize(size_t n) {
+        if (list == nullptr) list = newtbl(32);
+        if (list == nullptr) return false;
+        if (static_cast<size_t>(maxtbl(list)) == n && records.size() >= n) return true;
+        if (records.size() < n || static_cast<size_t>(maxtbl(list)) > n) clrtbl(list);
+        if (records.size() < n) records.resize(n + 16);
+        for (size_t i = static_cast<size_t>(maxtbl(list)); i < n; ++i) {
+            if (settbl(list, static_cast<int>(i), &records[i]) < 0) return false;
+        }
+        return true;
+    }
+};
+
+// Sine and cosine of the latest angle asked for: nodes and stations repeat.
+struct SineCosine {
+    double angle = 0.0, sine = 0.0, cosine = 1.0;
+
+    void set(double degrees) {
+        if (degrees == angle) return;
+        angle = degrees;
+        sine = std::sin(degrees * kDegree);
+        cosine = std::cos(degrees * kDegree);
+    }
 };
 
 struct State {
-    std::map<std::string, std::unique_ptr<Model>> models;
-    std::vector<Arrival> found;
-    std::vector<TTTime> times;
-    std::vector<TTSlow> slows;
-    Tbl* times_list = nullptr;
-    Tbl* slows_list = nullptr;
+    std::map<std::string, std::unique_ptr<OpenModel>> models;
+    OpenModel* model = nullptr;
+    char model_name[kModelLength + 1] = "";
+    SineCosine source_lat, receiver_lat;
+    double distance = 0.0;           // rad
+    double east = 0.0, north = 0.0;  // direction of propagation at the receiver
+    std::vector<Arrival> arrivals;
+    Answer<TTTime> times;
+    Answer<TTSlow> slows;
 };
 
-const char* kNames[2][11] = {
-    {"p", "Pg", "Pb", "Pn", "P", "Pdiff", "PKiKP", "PKPdf", "PKP", "PKPbc", "PKPab"},
-    {"s", "Sg", "Sb", "Sn", "S", "Sdiff", "SKiKS", "SKIKS", "SKS", "SKS", "SKS"}};
-
-Model* open_model(State& state, const std::string& name) {
-    auto it = state.models.find(name);
-    if (it != state.models.end()) return it->second.get();
-    std::string error;
-    auto model = std::make_unique<Model>();
-    std::string_view text = builtin_model(name);
-    if (text.empty() || !parse_model(text, ModelFormat::kTvel, name, model->earth, error)) {
-        elog_log(0, "ttcalc: unknown model '%s'\n", name.c_str());
-        return nullptr;
+State* state_of(Hook** hook) {
+    if (*hook == nullptr) {
+        auto state = std::make_unique<State>();
+        *hook = newhook(state.get(), [](void* s) { delete static_cast<State*>(s); });
+        if (*hook == nullptr) throw std::bad_alloc();
+        state.release();
     }
-    model->tables[0] = std::make_unique<RayTable>(model->earth, Family::kP);
-    model->tables[1] = std::make_unique<RayTable>(model->earth, Family::kS);
-    return (state.models[name] = std::move(model)).get();
+    return static_cast<State*>(hookstate(*hook));
+}
+
+bool open_model(State& state, const char* model, const char* caller) {
+    if (state.model != nullptr && strncmp(state.model_name, model, kModelLength) == 0) return true;
+    const std::string name(model, strnlen(model, kModelLength));
+    auto found = state.models.find(name);
+    if (found == state.models.end()) {
+        EarthModel earth;
+        std::string error;
+        if (!load_model(name, earth, error)) {
+            elog_log(0, "%s: %s\n", caller, error.c_str());
+            return false;
+        }
+        found = state.models.emplace(name, std::make_unique<OpenModel>(earth)).first;
+    }
+    state.model = found->second.get();
+    memset(state.model_name, 0, sizeof state.model_name);
+    memcpy(state.model_name, name.data(), name.size());
+    return true;
+}
+
+bool set_positions(State& state, const TTGeometry& geometry, const char* caller) {
+    const TTPoint &source = geometry.source, &receiver = geometry.receiver;
+    state.source_lat.set(source.lat);
+    state.receiver_lat.set(receiver.lat);
+    const double lon = (source.lon - receiver.lon) * kDegree;
+    const SineCosine &s = state.source_lat, &r = state.receiver_lat;
+    // Toward the source, as east and north components at the receiver.
+    const double cos_lon = std::cos(lon);
+    const double x = s.cosine * std::sin(lon);
+    const double y = r.cosine * s.sine - r.sine * s.cosine * cos_lon;
+    const double sine = std::sqrt(x * x + y * y);
+    state.distance = std::atan2(sine, r.sine * s.sine + r.cosine * s.cosine * cos_lon);
+    state.east = sine > 0.0 ? -x / sine : 0.0;
+    state.north = sine > 0.0 ? -y / sine : 1.0;
+    if (std::isfinite(state.distance)) return true;
+    elog_log(0, "%s: a coordinate is not a number: source %g %g, receiver %g %g\n", caller,
+             source.lat, source.lon, receiver.lat, receiver.lon);
+    return false;
+}
+
+bool check_depth(const OpenModel& model, const char* what, double z, const char* caller) {
+    if (z >= -kHighest && z <= model.deepest()) return true;
+    if (std::isnan(z)) {
+        elog_log(0, "%s: the %s's depth is not a number\n", caller, what);
+    } else if (z < 0.0) {
+        elog_log(0, "%s: the %s is %g km above the surface, the limit is %g km\n", caller, what, -z,
+                 kHighest);
+    } else {
+        elog_log(0, "%s: the %s at %g km is below the mantle, which ends at %g km\n", caller, what,
+                 z, model.deepest());
+    }
+    return false;
+}
+
+// The arrivals of a call, in state.arrivals.
+bool calculate(State& state, const char* method, const char* model, const char* phases,
+               const TTGeometry& geometry, const char* caller) {
+    if (strcmp(method, "tttaup") != 0) {
+        elog_log(0, "%s: unknown method '%.64s', only tttaup is known\n", caller, method);
+        return false;
+    }
+    const bool want_p = strcmp(phases, "P,S") == 0 || strcmp(phases, "P") == 0;
+    const bool want_s = strcmp(phases, "P,S") == 0 || strcmp(phases, "S") == 0;
+    if (!want_p && !want_s) {
+        elog_log(0, "%s: unknown phase list '%.64s', it is P,S or P or S\n", caller, phases);
+        return false;
+    }
+    if (!open_model(state, model, caller) || !set_positions(state, geometry, caller)) return false;
+    OpenModel& open = *state.model;
+    if (!check_depth(open, "source", geometry.source.z, caller) ||
+        !check_depth(open, "receiver", geometry.receiver.z, caller)) {
+        return false;
+    }
+    const double source = kEarthRadius - geometry.source.z;
+    const double receiver = kEarthRadius - geometry.receiver.z;
+    open.arrivals(std::min(source, receiver), std::max(source, receiver), state.distance, want_p,
+                  want_s, state.arrivals);
+    return true;
+}
+
+// dT/d(source depth), s/km: the vertical slowness at the source, negative for a ray that leaves it
+// downward. A ray arrives at the upper end from below, whichever way it left the lower one.
+double depth_slowness(const OpenModel& model, const Arrival& arrival, double source,
+                      double receiver) {
+    const RayTable& table = model.table(arrival.family);
+    const Station end = table.locate(source);
+    const bool upward = arrival.upward && source <= receiver;
+    const double eta = upward ? table.eta_above(end) : table.eta_below(end);
+    const double vertical =
+        std::sqrt(std::max(0.0, (eta - arrival.p) * (eta + arrival.p))) / source;
+    return upward ? vertical : -vertical;
+}
+
+template <class Call>
+int guarded(const char* caller, Call call) noexcept {
+    try {
+        return call();
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        elog_log(1, "%s: malloc() error.\n", caller);
+    } catch (const std::exception& failure) {
+        elog_log(0, "%s: %s\n", caller, failure.what());
+    }
+    return -1;
+}
+
+int fill_times(State& state, const TTGeometry& geometry, Tbl** times) {
+    const size_t n = state.arrivals.size();
+    if (!state.times.resize(n)) throw std::bad_alloc();
+    const double source = kEarthRadius - geometry.source.z;
+    const double receiver = kEarthRadius - geometry.receiver.z;
+    for (size_t i = 0; i < n; ++i) {
+        const Arrival& arrival = state.arrivals[i];
+        TTTime& time = state.times.records[i];
+        time.value = arrival.t;
+        time.deriv[0] = arrival.p * kDegree;
+        time.deriv[1] = depth_slowness(*state.model, arrival, source, receiver);
+        time.deriv[2] = 0.0;
+        memcpy(time.phase, phase_name(arrival.family, arrival.branch).data(), sizeof time.phase);
+    }
+    *times = state.times.list;
+    return static_cast<int>(n);
+}
+
+int fill_slows(State& state, Tbl** slows) {
+    const size_t n = state.arrivals.size();
+    if (!state.slows.resize(n)) throw std::bad_alloc();
+    for (size_t i = 0; i < n; ++i) {
+        const Arrival& arrival = state.arrivals[i];
+        TTSlow& slow = state.slows.records[i];
+        const double slowness = arrival.p / kEarthRadius;
+        slow = {slowness * state.east, slowness * state.north, {0, 0, 0}, {0, 0, 0}, {}};
+        memcpy(slow.phase, phase_name(arrival.family, arrival.branch).data(), sizeof slow.phase);
+    }
+    *slows = state.slows.list;
+    return static_cast<int>(n);
 }
 
 }  // namespace
 
-static int compute(const char* method, const char* model_name, const char* phases,
-                   const TTGeometry* g, Hook** hook, double* azimuth) {
-    if (!*hook) *hook = newhook(new State, [](void* s) { delete static_cast<State*>(s); });
-    State& state = *static_cast<State*>(hookstate(*hook));
-    if (strcmp(method, "tttaup") != 0) {
-        elog_log(0, "ttcalc: unknown method '%s'\n", method);
-        return -1;
-    }
-    Model* model = open_model(state, std::string(model_name, strnlen(model_name, 64)));
-    if (!model) return -1;
-    double delta = 0, az = 0;
-    dist(g->receiver.lat * kDegree, g->receiver.lon * kDegree, g->source.lat * kDegree,
-         g->source.lon * kDegree, &delta, &az);
-    *azimuth = az + std::numbers::pi;
-    const double a = kEarthRadius - g->source.z, b = kEarthRadius - g->receiver.z;
-    if (!(delta >= 0) || !(std::max(a, b) <= kEarthRadius + kTopHeight) ||
-        !(std::min(a, b) >= kEarthRadius - model->earth.cmb)) {
-        elog_log(0, "ttcalc: geometry outside the model\n");
-        return -1;
-    }
-    const double lo = std::min(a, b), hi = std::max(a, b);
-    if (model->key[0] != lo || model->key[1] != hi) {
-        for (int f = 0; f < 2; ++f) {
-            model->prepared[f] =
-                std::make_unique<Prepared>(model->earth, *model->tables[f], lo, hi);
-        }
-        model->key[0] = lo;
-        model->key[1] = hi;
-    }
-    state.times.clear();
-    state.slows.clear();
-    for (int f = 0; f < 2; ++f) {
-        if (!strchr(phases, f == 0 ? 'P' : 'S')) continue;
-        state.found.clear();
-        model->prepared[f]->arrivals(delta, state.found);
-        for (const Arrival& x : state.found) {
-            TTTime time{};
-            time.value = x.t;
-            time.deriv[0] = x.p * x.p_sign * kDegree;
-            snprintf(time.phase, sizeof time.phase, "%s", kNames[f][static_cast<int>(x.phase)]);
-            state.times.push_back(time);
-        }
-    }
-    std::sort(state.times.begin(), state.times.end(),
-              [](const TTTime& x, const TTTime& y) { return x.value < y.value; });
-    return static_cast<int>(state.times.size());
-}
-
 extern "C" int ttcalc(const char* method, const char* model, const char* phases, int,
                       const TTGeometry* geometry, Tbl** times, Hook** hook) {
-    double azimuth = 0;
-    const int n = compute(method, model, phases, geometry, hook, &azimuth);
-    if (n < 0) return -1;
-    State& state = *static_cast<State*>(hookstate(*hook));
-    if (!state.times_list) state.times_list = newtbl(16);
-    clrtbl(state.times_list);
-    for (TTTime& t : state.times) settbl(state.times_list, -1, &t);
-    *times = state.times_list;
-    return n;
+    return guarded("ttcalc", [&] {
+        State& state = *state_of(hook);
+        if (!calculate(state, method, model, phases, *geometry, "ttcalc")) return -1;
+        return fill_times(state, *geometry, times);
+    });
 }
 
 extern "C" int ucalc(const char* method, const char* model, const char* phases, int,
                      const TTGeometry* geometry, Tbl** slows, Hook** hook) {
-    double azimuth = 0;
-    const int n = compute(method, model, phases, geometry, hook, &azimuth);
-    if (n < 0) return -1;
-    State& state = *static_cast<State*>(hookstate(*hook));
-    if (!state.slows_list) state.slows_list = newtbl(16);
-    clrtbl(state.slows_list);
-    for (const TTTime& t : state.times) {
-        const double u = t.deriv[0] / kDegree / kEarthRadius;
-        TTSlow slow{};
-        slow.ux = u * std::sin(azimuth);
-        slow.uy = u * std::cos(azimuth);
-        memcpy(slow.phase, t.phase, sizeof slow.phase);
-        state.slows.push_back(slow);
-    }
-    for (TTSlow& s : state.slows) settbl(state.slows_list, -1, &s);
-    *slows = state.slows_list;
-    return n;
+    return guarded("ucalc", [&] {
+        State& state = *state_of(hook);
+        if (!calculate(state, method, model, phases, *geometry, "ucalc")) return -1;
+        return fill_slows(state, slows);
+    });
 }
