@@ -247,6 +247,214 @@ int velorix_project(const Velorix* grid, double lat, double lon, double* xproj, 
  * else 0. */
 int velorix_inside(const Velorix* grid, double lat, double lon);
 
+/* ---- Association engine: its records are laid out in velorix_pvt.h ---- */
+
+typedef struct SearchParams SearchParams;
+typedef struct SearchThread SearchThread;
+typedef struct PickList PickList;
+typedef struct StationObs StationObs;
+typedef struct GridResults GridResults;
+
+/* ---- Search parameters: make, fill, set up, release ---- */
+
+/**
+ * Search parameters for a grid, with defaults that suit a local network: cluster window and
+ * pre-window 2 s, residual limits 2 s (P) and 3 s (S), blocks of 11 x 11 columns and rows (or the
+ * mesh, when smaller), S tried and associated when the grid has S times, one thread, everything
+ * else off.
+ * @param[in] grid a usable grid; must outlive the parameters
+ * @return the parameters, or null after a logged line; release them with velorix_free_search
+ */
+SearchParams* velorix_new_search(Velorix* grid);
+
+/**
+ * Fills parameters from a table whose keys are named as the fields of SearchParams; absent keys
+ * leave their fields. Lists: `station_weights` ("pattern p_weight s_weight p_max_resid s_max_resid
+ * [p_max_resid_sweep s_max_resid_sweep]" a line), `p_weights` and `s_weights` ("distance weight" a
+ * line, joined by straight lines), `nsta_thresh` ("distance count" a line), `sta_defining_arr` and
+ * `drop_if_in_grid` (names). A list replaces what an earlier call read.
+ * @param[in] pf parameter node; must outlive the parameters when it holds `relocate_params`
+ * @return 0; -1 after a logged line that names the key (fields read before it keep their new
+ * values)
+ */
+int velorix_search_from_pf(SearchParams* sp, Pf* pf);
+
+/**
+ * Checks parameters and makes the scan's threads and scratch, once, after the fields are set and
+ * before the first scan. Refused: cluster_twin not above 0, nxd or nyd outside 1 .. nx, 1 .. ny of
+ * a regular mesh, number_threads below 1 or other than in an earlier call, try_S or associate_S on
+ * a grid without S times, curves out of order, anything not finite. Warned of: a grid with S times
+ * only; closest_stations, p_weights or s_weights on a grid without distances. Patterns get their
+ * cache (station_weights_arr).
+ * @return 0, or -1 after a logged line
+ */
+int velorix_setup_search(SearchParams* sp);
+
+/**
+ * Releases parameters of velorix_new_search with their threads, scratch, score plot, caches and all
+ * that velorix_search_from_pf read; the grid and what a caller put in by hand stay. Null is fine.
+ */
+void velorix_free_search(SearchParams* sp);
+
+/** velorix_free_search in the shape that freetbl and freearr take. */
+void velorix_release_search(void* sp);
+
+/**
+ * Releases a SearchThread, its scratch and its station table copy. Only for threads that a caller
+ * made by hand (zeroed, from calloc); velorix_free_search releases its own. Null is fine.
+ */
+void velorix_free_search_thread(void* thread);
+
+/* ---- Picks and station observations ---- */
+
+/**
+ * Reads picks from the list `arrivals` of a parameter node: one a line, "station channel phase time
+ * snr", or with an arrival identifier in front. Codes have at most 15 characters, times are epoch
+ * seconds.
+ * @param[out] picktbl list of PickList*, null when there are no lines; release it with
+ *                     freetbl(picktbl, free)
+ * @param[in]  dbloc2  non-zero: lines start with an arrival identifier
+ * @return 0; -1 after a logged line that quotes the unreadable one (the picks before it are in the
+ *         list)
+ */
+int velorix_fill_plist(Pf* pf_phases, Tbl** picktbl, int dbloc2);
+
+/**
+ * Groups picks by station, one observation a pick in the order of the list.
+ * @param[in]     picktbl   picks; they must outlive the map
+ * @param[in,out] stao_arr  map from station name to StationObs, made when null, extended otherwise;
+ *                          release it with velorix_free_staobs_arr. A map left without any station
+ * is released and set to null.
+ * @param[in]     dbloc2    non-zero: observations carry arrival identifiers
+ * @param[in]     reprocess non-zero: picks already part of a solution (`used`) are left out
+ * @return 0, or -1 after a logged line (what was grouped before stays)
+ */
+int velorix_fill_staobs_tbl(Tbl* picktbl, Arr** stao_arr, int dbloc2, int reprocess);
+
+/**
+ * Both steps at once. The picks are released; the observations' pick references are null, so that
+ * such a map can be scanned but its picks not associated.
+ * @return 0, or -1 after a logged line
+ */
+int velorix_fill_staobs(Pf* pf_phases, Arr** stao_arr, int dbloc2);
+
+/**
+ * The stations of a map that take part in a search of one grid, with their selected observations
+ * (phase_sifter, channel sifters, det_tmin), coordinates, numbers and initial weights.
+ * @param[in,out] stao_arr station map; its records carry the selection of the last grid set up
+ * @param[in,out] sp       parameters; the pattern caches grow
+ * @param[out]    stao_tbl list of the map's StationObs in key order; release with freetbl(list, 0).
+ *                         Untouched when the map is null, null after a failure.
+ * @return number of stations listed, or -1 after a logged line
+ */
+int velorix_setup_staobs(Arr* stao_arr, SearchParams* sp, Tbl** stao_tbl);
+
+/** As velorix_setup_staobs, selecting the observations whose picks are associated (exactly 1). */
+int velorix_setup_staobs_from_plist(Arr* stao_arr, SearchParams* sp, Tbl** stao_tbl);
+
+/** Releases one StationObs that no map owns. Null is fine. */
+void velorix_free_staobs(void* stao);
+/** Releases a station map with its records. 0 always. Null is fine. */
+int velorix_free_staobs_arr(Arr* stao_arr);
+/** Commits an association pass: every pick's `used` becomes its `used_save`. 0 always. */
+int velorix_cleanup_plist(Tbl* plist_tbl);
+
+/* ---- Search ---- */
+
+/**
+ * Score of one node: observations are back-projected to origin times, and the best cluster of them
+ * marks its members (`used` 1 as P, 2 as S).
+ * @param[in]  thread_index place in sp's threads_tbl of the scratch to use; one caller at a time
+ * each
+ * @param[in]  ix, iy, id   node, as velorix_get_ttimes numbers it
+ * @param      stao_tbl     stations, null: the thread's own. Afterwards in order of distance from
+ * the node when closest_stations is set and the grid carries distances.
+ * @param[out] etime        origin time, epoch seconds: weighted mean of the members' origin times
+ * @param[out] cluster_width variance found by the cluster search, s^2
+ * @param[out] ncluster     score: count (or weight) of members, less the pre-window penalty, plus a
+ *                          tightness bonus of at most 0.9
+ * @param[out] std          weighted variance of the members about etime, s^2
+ * @return 0, or -1 after a logged line (outputs and marks undefined). A call whose scratch has
+ * grown to its size does not allocate.
+ */
+int velorix_node_backproj(SearchParams* sp, int32_t thread_index, int32_t ix, int32_t iy,
+                          int32_t id, Tbl* stao_tbl, double* etime, double* cluster_width,
+                          double* ncluster, double* std);
+
+/**
+ * Origin time, scatter or residuals at a node from the marks of the last back-projection.
+ * @param[in,out] etime origin time, epoch seconds: output when compute_resids is 0, else input
+ * @param[out]    std   weighted standard deviation, s; untouched when compute_resids is set
+ * @param[out]    stduw unweighted standard deviation, s; may be null
+ * @param[in]     compute_resids 0: etime, std, stduw; else the residual of every observation,
+ * unused ones as P
+ * @return 0 always; a table without observations gives etime 0
+ */
+int velorix_node_residual(const Velorix* grid, int32_t ix, int32_t iy, int32_t id, Tbl* stao_tbl,
+                          double* etime, double* std, double* stduw, int32_t compute_resids);
+
+/**
+ * The node at which the picks agree best. A general mesh is scored node by node. A regular mesh is
+ * scored in full at the first depth, in a block of nxd x nyd that follows the best node at the
+ * further depths, and in full again at the best of them. Ties go to the first node.
+ * @param[in,out] sp       parameters that velorix_setup_search has accepted; grid_type_string gets
+ *                         " final depth" appended when a final pass runs (reset it before a scan)
+ * @param[in,out] stao_tbl stations of velorix_setup_staobs; its observations then carry the
+ *                         solution's marks and residuals
+ * @param[out] f, ncluster score of the node (both); 0 when nothing could be scored
+ * @param[out] std, stduw  weighted and unweighted standard deviation of the residuals, s
+ * @param[out] lat, lon, depth position, degrees and km
+ * @param[out] time        origin time, epoch seconds
+ * @param[out] ix, iy, id  column, row, depth number; a general mesh: node number, -1, -1
+ * @return 0; -1 after a logged line (no stations, an unusable grid, a failed pass; outputs
+ * undefined)
+ */
+int velorix_scan_grid(SearchParams* sp, Tbl* stao_tbl, double* f, double* ncluster, double* std,
+                      double* stduw, double* lat, double* lon, double* depth, double* time,
+                      int32_t* ix, int32_t* iy, int32_t* id);
+
+/**
+ * Scores nodes ioffset .. ioffset + number - 1 at sp's idepth: what every worker of a scan runs.
+ * @param user_data a SearchThread with its thread_index, sp and stao_tbl set
+ * @return 0, or -1 after a logged line
+ */
+int64_t velorix_comp_sub(int32_t ioffset, int32_t number, void* user_data);
+
+/* ---- Association and results ---- */
+
+/**
+ * Decides, pick by pick, phase, residual, weight, association and definition for a solution. Picks
+ * with `used` set are passed over. A pick that is taken has used_save 1 (velorix_cleanup_plist
+ * commits).
+ * @param[in,out] stao_tbl  stations as velorix_scan_grid left them
+ * @param[in,out] plist_tbl the picks the stations were made from
+ * @param[in]     etime     origin time, epoch seconds
+ * @param[in]     elat, elon position, degrees
+ * @param[in]     ix, iy, id node
+ * @return number of S associations made or confirmed, net of displacements
+ */
+int velorix_setup_plist(Tbl* stao_tbl, Tbl* plist_tbl, SearchParams* sp, double etime, double elat,
+                        double elon, int32_t ix, int32_t iy, int32_t id);
+
+/**
+ * Associates the picks of a solution (velorix_setup_plist) and gathers the result.
+ * @param[in]     sp_arr   SearchParams by grid name, every grid of the search: a location inside
+ *                         another grid of higher priority is a priority fault
+ * @param[in]     gridname the solution's grid
+ * @param[in]     ptbl     picks; the result lists those with used_save set, of earlier events too
+ * @param[in,out] res      null: a record is made; else the one there is refilled. Release it with
+ *                         velorix_free_result. Untouched when the grid is unknown; the refilled
+ *                         record is left empty, a new one not handed out, after other failures.
+ * @return 0, or -1 after a logged line
+ */
+int velorix_make_result(Arr* sp_arr, const char* gridname, Tbl* stao_tbl, Tbl* ptbl, double std,
+                        double std_weighted, double performance, int32_t eix, int32_t eiy,
+                        int32_t eid, double etime, double elat, double elon, double edepth,
+                        GridResults** res);
+
+/** Releases a result; the picks stay the caller's. Null is fine. */
+void velorix_free_result(GridResults* res);
+
 #ifdef __cplusplus
 }
 #endif

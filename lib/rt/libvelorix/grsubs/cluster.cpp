@@ -1,0 +1,242 @@
+#include "grsubs/cluster.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+#include "grsubs/cluster_sort.h"
+#include "platform/elog/elog.h"
+
+namespace velorix {
+namespace {
+
+constexpr double kLargestBonus = 0.9;
+
+// Reallocates by the message's rule: twice what is needed, so that a slowly growing event settles.
+template <class Resize>
+bool grow(const char* what, size_t have, size_t need, Resize resize) {
+    if (have >= need) return true;
+    const size_t count = 2 * need;
+    try {
+        resize(count);
+        return true;
+    } catch (const std::exception&) {
+        elog_log(1, "find_cluster: %s(%s,%d) error.\n", have ? "realloc" : "malloc", what,
+                 static_cast<int>(count));
+        return false;
+    }
+}
+
+void resize_points(ClusterScratch& scratch, size_t count) {
+    // `cells` tells the capacity, so it grows last.
+    scratch.sorted.resize(count);
+    scratch.bucket_end.resize(count + 1);
+    scratch.value.resize(count);
+    scratch.weight.resize(count);
+    scratch.weight_before.resize(count + 1);
+    scratch.group.resize(count);
+    scratch.subgroup.resize(count);
+    scratch.member.resize(count);
+    scratch.cells.resize(count);
+}
+
+void load_sorted(const Candidates& in, ClusterScratch& s) {
+    for (int k = 0; k < in.n; ++k) s.cells[size_t(k)] = {in.value[k], k, 0};
+    sort_cells(in.n, s);
+    for (int i = 0; i < in.n; ++i) {
+        const auto& cell = s.sorted[size_t(i)];
+        s.value[size_t(i)] = cell.value;
+        s.group[size_t(i)] = in.group[cell.number];
+        s.subgroup[size_t(i)] = in.subgroup[cell.number];
+    }
+    if (!in.weight) return;
+    s.weight_before[0] = 0;
+    for (int i = 0; i < in.n; ++i) {
+        s.weight[size_t(i)] = in.weight[s.sorted[size_t(i)].number];
+        s.weight_before[size_t(i) + 1] = s.weight_before[size_t(i)] + s.weight[size_t(i)];
+    }
+}
+
+// Sums over the members of a placement; without weights W is their count.
+struct Sums {
+    double w;
+    double w2;
+    double d;
+    double dd;
+};
+
+double variance_of(const Sums& sums, bool weighted) {
+    double v = sums.dd;
+    if (!weighted) {
+        v = sums.dd - sums.d * sums.d / sums.w;
+        if (sums.w != 1) v /= sums.w - 1;
+    } else if (sums.w > 0) {
+        const double mean = sums.d / sums.w;
+        const double spread = sums.w * sums.w - sums.w2;
+        if (spread > 1e-9) v = (sums.dd - mean * mean * sums.w) * sums.w / spread;
+    }
+    return v < 0 ? 0 : v;  // rounding
+}
+
+template <bool kWeighted>
+class Search {
+  public:
+    Search(const Candidates& in, double dwin, double prewin, ClusterScratch& scratch)
+        : n_(in.n),
+          dwin_(dwin),
+          prewin_(prewin),
+          half_squared_((0.5 * dwin) * (0.5 * dwin)),
+          value_(scratch.value.data()),
+          weight_(scratch.weight.data()),
+          weight_before_(scratch.weight_before.data()),
+          group_(scratch.group.data()),
+          subgroup_(scratch.subgroup.data()),
+          scratch_(scratch),
+          prunable_(may_prune()),
+          // Covers the rounding of two sums of up to n weights.
+          slack_(kWeighted
+                     ? 4 * (n_ + 4.0) * std::numeric_limits<double>::epsilon() * weight_before_[n_]
+                     : 0) {}
+
+    Cluster run() {
+        Cluster best;
+        int best_start = -1;
+        int end = 0;
+        for (int i = 0; i < n_; ++i) {
+            while (end < n_ && value_[end] - value_[i] < dwin_) ++end;
+            if (prunable_ && kLargestBonus + most_weight(i, end) <= best.score) continue;
+            if (improve(i, best)) best_start = i;
+        }
+        mark_members(best_start);
+        return best;
+    }
+
+  private:
+    double weight_of(int i) const { return kWeighted ? weight_[i] : 1; }
+
+    // With a negative weight a placement may outscore the sum of its window.
+    bool may_prune() const {
+        return !kWeighted || std::all_of(weight_, weight_ + n_, [](double w) { return w >= 0; });
+    }
+
+    // No placement that starts at i and ends before `end` gathers more.
+    double most_weight(int i, int end) const {
+        if (!kWeighted) return std::max(end - i, 1);
+        return weight_before_[std::max(end, i + 1)] - weight_before_[i] + slack_;
+    }
+
+    bool marked(int i) const { return scratch_.group_stamp[size_t(group_[i])] == scratch_.stamp; }
+    void mark_group(int i) { scratch_.group_stamp[size_t(group_[i])] = scratch_.stamp; }
+    void mark(int i) {
+        mark_group(i);
+        scratch_.subgroup_stamp[size_t(subgroup_[i])] = scratch_.stamp;
+    }
+
+    template <class Take>
+    void walk_window(int i, Take take) {
+        ++scratch_.stamp;
+        mark(i);
+        for (int j = i + 1; j < n_; ++j) {
+            const double d = value_[j] - value_[i];
+            if (!(d < dwin_)) return;
+            if (marked(j) || scratch_.subgroup_stamp[size_t(subgroup_[j])] == scratch_.stamp) {
+                continue;
+            }
+            mark(j);
+            take(j, d);
+        }
+    }
+
+    Sums sum_window(int i) {
+        const double w0 = weight_of(i);
+        Sums sums{w0, w0 * w0, 0, 0};
+        walk_window(i, [&](int j, double d) {
+            const double w = weight_of(j);
+            sums.w += w;
+            if (kWeighted) sums.w2 += w * w;
+            sums.d += kWeighted ? d * w : d;
+            sums.dd += kWeighted ? d * d * w : d * d;
+        });
+        return sums;
+    }
+
+    // REQUIRES: sum_window(i) has just marked the members' groups.
+    double penalty(int i) {
+        double sum = 0;
+        if (!(prewin_ > 0)) return sum;
+        for (int k = i - 1; k >= 0 && value_[i] - value_[k] < prewin_; --k) {
+            if (marked(k)) continue;
+            mark_group(k);
+            sum += weight_of(k);
+        }
+        return sum;
+    }
+
+    // The bonus lies in 0 .. 0.9 and rounding keeps order, so the tests before the division lose
+    // nothing.
+    bool improve(int i, Cluster& best) {
+        const Sums sums = sum_window(i);
+        if (prunable_ && kLargestBonus + sums.w <= best.score) return false;
+        const double p = penalty(i);
+        if (kLargestBonus + sums.w - p <= best.score) return false;
+        const double v = variance_of(sums, kWeighted);
+        double bonus = 0.9 * (1 - v / half_squared_);
+        if (bonus < 0) bonus = 0;
+        const double score = bonus + sums.w - p;
+        if (!(score > best.score)) return false;
+        best = {score, value_[i], v};
+        return true;
+    }
+
+    void mark_members(int start) {
+        std::fill_n(scratch_.member.begin(), n_, uint8_t{0});
+        if (start < 0) return;
+        const auto take = [&](int j, double = 0) {
+            scratch_.member[size_t(scratch_.sorted[size_t(j)].number)] = 1;
+        };
+        take(start);
+        walk_window(start, take);
+    }
+
+    const int n_;
+    const double dwin_;
+    const double prewin_;
+    const double half_squared_;
+    const double* const value_;
+    const double* const weight_;
+    const double* const weight_before_;
+    const int32_t* const group_;
+    const int32_t* const subgroup_;
+    ClusterScratch& scratch_;
+    const bool prunable_;
+    const double slack_;
+};
+
+// Every placement takes a stamp, and marking the members takes one more.
+void renew_stamps(int n, ClusterScratch& scratch) {
+    if (std::numeric_limits<uint32_t>::max() - scratch.stamp > static_cast<uint32_t>(n) + 1) return;
+    std::fill(scratch.group_stamp.begin(), scratch.group_stamp.end(), 0);
+    std::fill(scratch.subgroup_stamp.begin(), scratch.subgroup_stamp.end(), 0);
+    scratch.stamp = 0;
+}
+
+}  // namespace
+
+bool ClusterScratch::reserve(int npoints, int ngroups, int nsubgroups) {
+    return grow("buf", cells.size(), size_t(npoints), [&](size_t n) { resize_points(*this, n); }) &&
+           grow("group", group_stamp.size(), size_t(ngroups),
+                [&](size_t n) { group_stamp.resize(n); }) &&
+           grow("subgroup", subgroup_stamp.size(), size_t(nsubgroups),
+                [&](size_t n) { subgroup_stamp.resize(n); });
+}
+
+Cluster best_cluster(const Candidates& candidates, double dwin, double prewin,
+                     ClusterScratch& scratch) {
+    if (candidates.n < 1) return {};
+    load_sorted(candidates, scratch);
+    renew_stamps(candidates.n, scratch);
+    if (candidates.weight) return Search<true>(candidates, dwin, prewin, scratch).run();
+    return Search<false>(candidates, dwin, prewin, scratch).run();
+}
+
+}  // namespace velorix

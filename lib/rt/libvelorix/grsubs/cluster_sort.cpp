@@ -1,0 +1,91 @@
+#include "grsubs/cluster_sort.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velorix {
+namespace {
+
+using Cell = ClusterScratch::Cell;
+
+// Not-a-number sorts last, so that the order is total whatever the input.
+bool before(const Cell& a, const Cell& b) {
+    if (a.value != b.value) {
+        if (std::isnan(a.value)) return !std::isnan(b.value) ? false : a.number < b.number;
+        if (std::isnan(b.value)) return true;
+        return a.value < b.value;
+    }
+    return a.number < b.number;
+}
+
+void insertion_sort(Cell* first, Cell* last) {
+    for (Cell* next = first + 1; next < last; ++next) {
+        const Cell cell = *next;
+        Cell* place = next;
+        for (; place > first && cell.value < place[-1].value; --place) *place = place[-1];
+        *place = cell;
+    }
+}
+
+// Up to here insertion beats std::sort (cells of 16 bytes, measured on random values).
+constexpr int kInsertionLimit = 24;
+
+void sort_run(Cell* first, Cell* last) {
+    if (last - first <= kInsertionLimit) {
+        insertion_sort(first, last);
+    } else {
+        std::sort(first, last, before);
+    }
+}
+
+// Counts the cells of each bucket and turns the counts into starts.
+void fill_buckets(int n, double low, double scale, ClusterScratch& scratch) {
+    int32_t* ends = scratch.bucket_end.data();
+    std::fill(ends, ends + n + 1, 0);
+    for (int i = 0; i < n; ++i) {
+        Cell& cell = scratch.cells[static_cast<size_t>(i)];
+        cell.bucket = static_cast<int32_t>((cell.value - low) * scale);
+        ++ends[cell.bucket + 1];
+    }
+    for (int i = 0; i < n; ++i) ends[i + 1] += ends[i];
+    for (int i = 0; i < n; ++i) {
+        const Cell& cell = scratch.cells[static_cast<size_t>(i)];
+        scratch.sorted[static_cast<size_t>(ends[cell.bucket]++)] = cell;
+    }
+}
+
+}  // namespace
+
+// Origin-time candidates spread over their range, so equal slices of it hold about one each and the
+// sort is linear; crowded slices are sorted on their own, which bounds the whole by n log n.
+void sort_cells(int n, ClusterScratch& scratch) {
+    Cell* sorted = scratch.sorted.data();
+    const Cell* cells = scratch.cells.data();
+    double low = cells[0].value;
+    double high = low;
+    bool nan = std::isnan(low);
+    for (int i = 1; i < n; ++i) {
+        low = std::min(low, cells[i].value);
+        high = std::max(high, cells[i].value);
+        nan = nan || std::isnan(cells[i].value);
+    }
+    const double scale = (n - 1) / (high - low);
+    if (n <= kInsertionLimit || nan || !std::isfinite(scale) || scale <= 0) {
+        std::copy(cells, cells + n, sorted);
+        if (nan) {
+            std::sort(sorted, sorted + n, before);
+        } else {
+            sort_run(sorted, sorted + n);
+        }
+        return;
+    }
+    fill_buckets(n, low, scale, scratch);
+    int32_t start = 0;
+    for (int i = 0; i < n; ++i) {
+        const int32_t end = scratch.bucket_end[static_cast<size_t>(i)];
+        if (end - start > 1) sort_run(sorted + start, sorted + end);
+        start = end;
+    }
+}
+
+}  // namespace velorix

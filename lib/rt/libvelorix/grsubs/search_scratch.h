@@ -1,0 +1,24 @@
+#ifndef VELORIX_GRSUBS_SEARCH_SCRATCH_H
+#define VELORIX_GRSUBS_SEARCH_SCRATCH_H
+// What one worker needs per node: grows, is reused, never shrinks.
+#include <vector>
+
+#include "grsubs/cluster.h"
+#include "velorix_pvt.h"
+
+struct SearchScratch {
+    velorix::ClusterScratch cluster;
+    std::vector<StationObs*> stations;  // of the table at hand, in its order
+};
+
+namespace velorix {
+
+/// The thread's scratch, made on first use; null after a logged line.
+SearchScratch* scratch_of(SearchThread& thread);
+
+/// Room for `count` candidates in the thread's six arrays. False after a logged line; the arrays
+/// are then empty.
+bool reserve_candidates(SearchThread& thread, int count);
+
+}  // namespace velorix
+#endif

@@ -1,0 +1,114 @@
+#include "platform/netname/seednet.h"
+
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <fstream>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/elog/elog.h"
+
+namespace {
+
+struct Registration {
+    std::string network;
+    std::string code;
+};
+using Registrations = std::map<std::string, Registration, std::less<>>;
+
+Registrations& registrations() {
+    static Registrations table;
+    return table;
+}
+
+bool usable_code(std::string_view code) {
+    if (code.empty() || code.size() >= SEEDNET_CODE_SIZE) return false;
+    for (const char c : code) {
+        if (c <= ' ' || c > '~') return false;
+    }
+    return true;
+}
+
+std::vector<std::string_view> split(std::string_view line, std::string_view separators) {
+    std::vector<std::string_view> fields;
+    for (size_t start = 0; (start = line.find_first_not_of(separators, start)) != line.npos;) {
+        const size_t end = std::min(line.find_first_of(separators, start), line.size());
+        fields.push_back(line.substr(start, end - start));
+        start = end;
+    }
+    return fields;
+}
+
+// Network and station of a fixed-width row; what stands behind them (load date) does not matter.
+std::vector<std::string_view> affiliation_fields(std::string_view line) {
+    const auto columns = [&](size_t first, size_t count) {
+        return split(line.substr(std::min(first, line.size()), count), " \t");
+    };
+    auto fields = columns(0, 8);
+    const auto station = columns(9, 6);
+    fields.insert(fields.end(), station.begin(), station.end());
+    return fields;
+}
+
+std::vector<std::string_view> text_fields(std::string_view line) {
+    return split(line.substr(0, line.find('#')), " \t\r,");
+}
+
+int bad_line(const char* path, int number, const char* what) {
+    return elog_log(0, "seednet_load: %s:%d: %s.\n", path, number, what), -1;
+}
+
+int read_table(const char* path, Registrations& table) {
+    std::ifstream in(path);
+    if (!in) return elog_log(1, "seednet_load: cannot open %s.\n", path), -1;
+    const bool fixed_width = std::string_view(path).ends_with(".affiliation");
+    std::string line;
+    for (int number = 1; std::getline(in, line); ++number) {
+        const auto fields = fixed_width ? affiliation_fields(line) : text_fields(line);
+        if (fields.empty()) continue;
+        if (fields.size() < 2 || fields.size() > (fixed_width ? 2u : 3u)) {
+            return bad_line(path, number, "expected network, station and perhaps a code");
+        }
+        for (const std::string_view field : fields) {
+            if (!usable_code(field)) return bad_line(path, number, "unusable code");
+        }
+        table.try_emplace(std::string(fields[1]),
+                          Registration{std::string(fields[0]), std::string(fields.back())});
+    }
+    if (in.bad()) return elog_log(1, "seednet_load: cannot read %s.\n", path), -1;
+    return static_cast<int>(table.size());
+}
+
+void copy_code(char* to, std::string_view code) {
+    code.copy(to, SEEDNET_CODE_SIZE - 1);
+    to[code.size()] = '\0';
+}
+
+}  // namespace
+
+extern "C" int seednet_load(const char* path) {
+    if (!path) return elog_log(0, "seednet_load: no file name.\n"), -1;
+    try {
+        Registrations table = registrations();
+        const int count = read_table(path, table);
+        if (count >= 0) registrations().swap(table);
+        return count;
+    } catch (const std::exception&) {
+        return elog_log(1, "seednet_load: malloc() error.\n"), -1;
+    }
+}
+
+extern "C" void seednet_clear(void) { registrations().clear(); }
+
+extern "C" int seed_net(const char* sta, char* net, char* seedsta) {
+    if (!sta || !net || !seedsta || !usable_code(std::string_view(sta, strnlen(sta, 64))))
+        return -1;
+    const auto found = registrations().find(std::string_view(sta));
+    const bool known = found != registrations().end();
+    copy_code(net, known ? std::string_view(found->second.network) : "XX");
+    copy_code(seedsta, known ? std::string_view(found->second.code) : sta);
+    return 0;
+}

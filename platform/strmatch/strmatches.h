@@ -1,0 +1,28 @@
+#ifndef VELORIX_PLATFORM_STRMATCHES_H
+#define VELORIX_PLATFORM_STRMATCHES_H
+/* Pattern matching: POSIX extended regular expressions against whole texts. */
+#include "platform/containers/containers.h"
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum { STRMATCHES_LONGEST_PATTERN = 1023 }; /* characters */
+
+/**
+ * Whether a pattern matches the whole of a text ("BH" does not match "BHZ"; "BH." and "BH.*" do).
+ * @param[in]     text    text to match
+ * @param[in]     pattern POSIX extended regular expression, at most STRMATCHES_LONGEST_PATTERN
+ *                        characters
+ * @param[in,out] hook    keeps the compiled pattern; a null handle at first. The handle remembers
+ *                        which pattern it was compiled from and compiles anew when another one
+ *                        comes. Release it with freehook. A null address compiles for this call
+ * only.
+ * @return 1 match, 0 no match, -1 on a bad pattern or memory failure, after a logged line with the
+ *         reason. Safe from any thread as long as two threads do not share a handle.
+ */
+int strmatches(const char* text, const char* pattern, Hook** hook);
+
+#ifdef __cplusplus
+}
+#endif
+#endif
