@@ -1,0 +1,245 @@
+#include "platform/db/db.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "support/log_capture.h"
+#include "support/temp_file.h"
+
+namespace {
+
+using testing::HasSubstr;
+using velorix_test::LogCapture;
+using velorix_test::TempFolder;
+
+const std::string kDemo = std::string(VELORIX_SOURCE_DIR) + "/examples/data/demo";
+
+struct Row {
+    std::string sta;
+    long ondate = 0, offdate = 0;
+    double lat = 0.0, lon = 0.0, elev = 0.0;
+};
+
+// Every row of `site`; fewer than the table counts when one cannot be read.
+std::vector<Row> rows_of(const std::string& name) {
+    Dbptr db;
+    std::vector<Row> rows;
+    if (dbopen(name.c_str(), "r", &db) == dbINVALID) return rows;
+    Dbptr site = dblookup(db, nullptr, "site", nullptr, nullptr);
+    long count = 0;
+    if (dbquery(site, dbRECORD_COUNT, &count) == 0) {
+        for (site.record = 0; site.record < count; ++site.record) {
+            char sta[32];
+            Row row;
+            if (dbgetv(site, nullptr, "sta", sta, "ondate", &row.ondate, "offdate", &row.offdate,
+                       "lat", &row.lat, "lon", &row.lon, "elev", &row.elev,
+                       static_cast<char*>(nullptr)) == dbINVALID)
+                break;
+            row.sta = sta;
+            rows.push_back(row);
+        }
+    }
+    dbclose(&db);
+    return rows;
+}
+
+void execute(sqlite3* database, const std::string& statement) {
+    ASSERT_EQ(sqlite3_exec(database, statement.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+        << statement;
+}
+
+std::string sqlite_file(const TempFolder& folder, const std::vector<std::string>& statements) {
+    const std::string path = folder.path("stations.db");
+    sqlite3* database = nullptr;
+    EXPECT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
+    for (const std::string& statement : statements) execute(database, statement);
+    sqlite3_close(database);
+    return path;
+}
+
+void expect_same(std::vector<Row> a, std::vector<Row> b, double tolerance) {
+    const auto before = [](const Row& x, const Row& y) {
+        return std::tie(x.sta, x.ondate) < std::tie(y.sta, y.ondate);
+    };
+    std::sort(a.begin(), a.end(), before);
+    std::sort(b.begin(), b.end(), before);
+    ASSERT_EQ(a.size(), b.size());
+    for (size_t i = 0; i < a.size(); ++i) {
+        EXPECT_EQ(a[i].sta, b[i].sta);
+        EXPECT_EQ(a[i].ondate, b[i].ondate) << a[i].sta;
+        EXPECT_EQ(a[i].offdate, b[i].offdate) << a[i].sta;
+        EXPECT_NEAR(a[i].lat, b[i].lat, tolerance) << a[i].sta;
+        EXPECT_NEAR(a[i].lon, b[i].lon, tolerance) << a[i].sta;
+        EXPECT_NEAR(a[i].elev, b[i].elev, tolerance) << a[i].sta;
+    }
+}
+
+TEST(Db, ThreeKindsOfDatabaseGiveTheSameRows) {
+    const std::vector<Row> css = rows_of(kDemo);
+    ASSERT_EQ(css.size(), 162u);
+    EXPECT_EQ(css[0].sta, "ACON");
+    EXPECT_EQ(css[0].offdate, 2007365);
+    EXPECT_EQ(css[0].lat, 11.9680);
+
+    // The flat file has four decimals, the FDSN text more.
+    const LogCapture log;
+    expect_same(css, rows_of(kDemo + "_fdsn.txt"), 0.51e-4);
+    EXPECT_THAT(log.text(), HasSubstr("stations left out whose code another network uses"));
+
+    std::vector<std::string> statements{
+        "CREATE TABLE site (sta TEXT, ondate INTEGER, offdate INTEGER, lat REAL, lon REAL, "
+        "elev REAL)"};
+    for (const Row& row : css) {
+        statements.push_back("INSERT INTO site VALUES ('" + row.sta + "', " +
+                             std::to_string(row.ondate) + ", " +
+                             (row.offdate == -1 ? "NULL" : std::to_string(row.offdate)) + ", " +
+                             std::to_string(row.lat) + ", " + std::to_string(row.lon) + ", " +
+                             std::to_string(row.elev) + ")");
+    }
+    const TempFolder folder;
+    expect_same(css, rows_of(sqlite_file(folder, statements)), 1e-9);
+}
+
+TEST(Db, OpensAFolderAFileAndAPrefixAlike) {
+    const TempFolder folder;
+    folder.write("net.site", velorix_test::read_file(kDemo + ".site"));
+    for (const std::string& name :
+         {folder.path().string(), folder.path("net"), folder.path("net.site")}) {
+        EXPECT_EQ(rows_of(name).size(), 162u) << name;
+    }
+    folder.write("two.site", "");
+    const LogCapture log;
+    EXPECT_TRUE(rows_of(folder.path().string()).empty());
+    EXPECT_THAT(log.text(), HasSubstr("more than one *.site file"));
+}
+
+const std::string kGood =
+    "AAA     2000001       -1   10.0000   20.0000    1.5000 Name, with blanks";
+
+TEST(Db, ReadsBothDialectsOfAFlatFileAndCutLines) {
+    const std::string wide = "BBB     2000001  2286324   10.123456  -20.654321    0.5000 Somewhere";
+    for (const auto& [line, lat, elev] : {std::tuple{kGood, 10.0, 1.5},
+                                          {kGood.substr(0, 54), 10.0, 1.5},
+                                          {kGood + "\r", 10.0, 1.5},
+                                          {wide, 10.123456, 0.5}}) {
+        const TempFolder folder;
+        const std::vector<Row> rows = rows_of(folder.write("x.site", "\n" + line + "\n\n"));
+        ASSERT_EQ(rows.size(), 1u) << line;
+        EXPECT_EQ(rows[0].lat, lat);
+        EXPECT_EQ(rows[0].elev, elev);
+    }
+}
+
+TEST(Db, JoinsEpochsOfOnePlaceAndKeepsDaysApart) {
+    const TempFolder folder;
+    const std::vector<Row> rows = rows_of(
+        folder.write("s.txt",
+                     "#Network|Station|Latitude|Longitude|Elevation|Sitename|StartTime|EndTime\n"
+                     "XX|AAA|1.0|2.0|500|A|2000-01-01T00:00:00|2001-03-01T00:00:00\n"
+                     "XX|AAA|1.0|2.0|500|A|2001-03-01T00:00:00.0000|2005-01-01T00:00:00Z\n"
+                     "# a mark in between\n\n"
+                     "XX|AAA|1.5|2.0|500|A moved|2005-01-01T00:00:00|2599-12-31T23:59:59\n"
+                     "XX|BBB|1.0|2.0|-12.5|B||\n"));
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(rows[0].ondate, 2000001);
+    EXPECT_EQ(rows[0].offdate, 2004366);
+    EXPECT_EQ(rows[1].ondate, 2005001);
+    EXPECT_EQ(rows[1].offdate, -1);
+    EXPECT_EQ(rows[2].ondate, -1);
+    EXPECT_DOUBLE_EQ(rows[2].elev, -0.0125);
+}
+
+TEST(Db, NamesFileAndLineOfARowThatCannotBeRead) {
+    const std::string bad_lat = "BBB     2000001       -1   x0.0000   20.0000    1.5000";
+    std::string null_lat = kGood, shifted = " " + kGood, metres = kGood, day = kGood;
+    null_lat.replace(25, 9, "-999.0000");
+    metres.replace(45, 9, "1500.0000");
+    day.replace(7, 8, " 2000400");
+    const std::string fdsn = "XX|AAA|1.0|2.0|500|A|2000-01-01|\n";
+    struct Case {
+        const char* name;
+        std::string text;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"a.site", kGood + "\n" + bad_lat, "a.site:2: lat 'x0.0000' in columns 26 to 34"},
+        {"b.site", null_lat, "b.site:1: lat is null"},
+        {"c.site", shifted, "c.site:1: "},
+        {"d.site", metres, "d.site:1: elevation (km) 1500 is not between"},
+        {"e.site", day, "e.site:1: ondate 2000400 is not a day"},
+        {"f.site", std::string("\0\1\2", 3) + kGood, "f.site:1: binary data"},
+        {"g.txt", fdsn + "XX|AAA|1.0\n" + fdsn, "g.txt:2: has 3 fields"},
+        {"h.txt", fdsn + "XX|BBB|north|2.0|500|A|2000-01-01|\n", "h.txt:2: latitude 'north'"},
+        {"i.txt", fdsn + "XX|BBB|1|2.0|500|A|2000-13-01|\n", "i.txt:2: start time '2000-13-01'"},
+        {"j.txt", fdsn + "XX|ABCDEFGHIJKLMNOP|1|2|5|A||\n", "'ABCDEFGHIJKLMNOP' is longer than"},
+        {"k.txt", fdsn + "XX|BBB|91|2|5|A||\n", "k.txt:2: latitude 91 is not between"},
+    };
+    const TempFolder folder;
+    for (const Case& c : cases) {
+        const LogCapture log;
+        EXPECT_LE(rows_of(folder.write(c.name, c.text)).size(), 1u) << c.name;
+        EXPECT_THAT(log.text(), HasSubstr(c.message)) << c.name;
+    }
+}
+
+TEST(Db, SaysWhyANameIsNoDatabase) {
+    const TempFolder folder;
+    const TempFolder empty;
+    const std::pair<std::string, const char*> cases[] = {
+        {folder.path("absent"), "no such file or folder, and no file"},
+        {folder.write("empty", ""), "is empty"},
+        {folder.write("prose", "This is no table.\n"), "is neither a CSS3.0 database"},
+        {empty.path().string(), "without a *.site file"},
+        {"/dev/zero", "is not a regular file"},
+        {folder.write("broken.db", std::string("SQLite format 3\0", 16) + "garbage"),
+         "file is not a database"},
+    };
+    for (const auto& [name, message] : cases) {
+        const LogCapture log;
+        EXPECT_TRUE(rows_of(name).empty());
+        EXPECT_THAT(log.text(), HasSubstr(message)) << name;
+    }
+}
+
+TEST(Db, ReportsWrongTypesAndMissingTablesOfSqliteFiles) {
+    const std::string table =
+        "CREATE TABLE site (sta TEXT, ondate INT, offdate INT, lat, lon, elev)";
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"CREATE TABLE other (x)"}, "no such table: site"},
+        {{"CREATE TABLE site (sta)"}, "no such column"},
+        {{table, "INSERT INTO site VALUES ('A', -1, -1, 1, 2, NULL)"}, ":1: column elev is null"},
+        {{table, "INSERT INTO site VALUES ('A', -1, -1, 'north', 2, 0)"},
+         ":1: column lat is 'north', expected a number"},
+    };
+    for (const auto& [statements, message] : cases) {
+        const TempFolder folder;
+        const LogCapture log;
+        EXPECT_TRUE(rows_of(sqlite_file(folder, statements)).empty());
+        EXPECT_THAT(log.text(), HasSubstr(message));
+    }
+}
+
+TEST(Db, ListsWhichNetworkAStationBelongsTo) {
+    for (const std::string& name : {kDemo, kDemo + "_fdsn.txt"}) {
+        Dbptr db;
+        ASSERT_EQ(dbopen(name.c_str(), "r", &db), 0);
+        Dbptr table = dblookup(db, nullptr, "affiliation", nullptr, nullptr);
+        long count = 0;
+        ASSERT_EQ(dbquery(table, dbRECORD_COUNT, &count), 0) << name;
+        char net[32];
+        char sta[32];
+        ASSERT_EQ(dbgetv(table, nullptr, "net", net, "sta", sta, static_cast<char*>(nullptr)), 0);
+        EXPECT_GE(count, 150) << name;
+        table.record = count;
+        EXPECT_EQ(dbgetv(table, nullptr, "net", net, static_cast<char*>(nullptr)), dbINVALID);
+        dbclose(&db);
+        EXPECT_EQ(dbquery(table, dbRECORD_COUNT, &count), dbINVALID);
+    }
+}
+
+}  // namespace
