@@ -5,7 +5,7 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: all help deps configure demo test bench lint install clean
+.PHONY: all help deps configure demo demo-global test bench accuracy lint install clean
 
 all: configure
 	@cmake --build $(BUILD) -j $(JOBS)
@@ -13,8 +13,10 @@ all: configure
 help:
 	@echo 'make                 build the tool and the libraries in $(BUILD)'
 	@echo 'make demo            build, then compute grids of real stations and show them'
+	@echo 'make demo-global     the same with the global source set, with time and memory'
 	@echo 'make test            build, then run every test (PRESET=asan or tsan: with sanitizers)'
 	@echo 'make bench           build, then run every benchmark program'
+	@echo 'make accuracy        build, then compare travel times with reference tables (REFERENCE=folder)'
 	@echo 'make lint            check the format; clang-tidy on what changed (ALL=1: on everything)'
 	@echo 'make install         build and install below PREFIX=$(PREFIX)'
 	@echo 'make clean           remove what was built'
@@ -32,8 +34,18 @@ test: all
 demo: all
 	@sh examples/demo.sh
 
+demo-global: all
+	@sh examples/demo.sh global
+
 bench: all
 	@sh benchmarks/run.sh $(BUILD)
+
+# REFERENCE: a folder of reference tables; models they name beyond the built-in ones are found there
+# or in VELORIX_MODELPATH.
+REFERENCE ?= tests/data/traveltimes
+accuracy: all
+	@VELORIX_MODELPATH="$(REFERENCE):tests/data/traveltimes:$$VELORIX_MODELPATH" \
+	    $(BUILD)/bin/velorix-accuracy $(REFERENCE)
 
 lint: configure
 	@bash tools/lint.sh $(BUILD)

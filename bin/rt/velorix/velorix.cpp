@@ -1,5 +1,4 @@
 // The tool: a parameter file and a station database in, one grid heap after another out.
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -8,6 +7,7 @@
 #include "command_line.h"
 #include "platform/elog/elog.h"
 #include "progress.h"
+#include "standard_streams.h"
 #include "telegrid.h"
 #include "velorix.h"
 
@@ -90,8 +90,7 @@ void warn_if_empty(const Velorix& grid, const char* name) {
 }
 
 void write_heap(const HeapBuffer& heap) {
-    const auto size = static_cast<size_t>(heap.size);
-    if (std::fwrite(heap.bytes, 1, size, stdout) != size || std::fflush(stdout) != 0)
+    if (!velorix::tool::write_block(heap.bytes, static_cast<size_t>(heap.size)))
         elog_die(1, "fwrite(stdout) error.\n");
 }
 
@@ -128,6 +127,7 @@ void make_grid(const char* name, Pf* pf, const CommandLine& line, HeapBuffer& he
 
 void make_grids(Pf* grids, const CommandLine& line) {
     const std::unique_ptr<Tbl, FreeKeys> names(keysarr(pfarr(grids)));
+    if (!names) elog_die(1, "keysarr(grids) error.\n");
     HeapBuffer heap;
     for (int i = 0; i < maxtbl(names.get()); ++i) {
         const char* name = static_cast<const char*>(gettbl(names.get(), i));
@@ -143,8 +143,7 @@ void make_grids(Pf* grids, const CommandLine& line) {
 
 int main(int argc, char** argv) {
     elog_init(argc, argv);
-    // A reader that has gone away is a failed write with a message, not a silent death.
-    std::signal(SIGPIPE, SIG_IGN);
+    velorix::tool::prepare_standard_streams();
     const auto line = velorix::tool::parse_command_line(argc, argv);
     if (!line) return 1;
     Pf* read = nullptr;

@@ -21,6 +21,14 @@ std::string range_text(const std::optional<Range>& range, int decimals, const ch
     return fixed(range->min, decimals) + " to " + fixed(range->max, decimals) + unit;
 }
 
+/// As narrow as a column wants it.
+std::string span_text(const std::optional<Range>& range, int decimals) {
+    if (!range) return kNone;
+    const std::string low = fixed(range->min, decimals);
+    const std::string high = fixed(range->max, decimals);
+    return low == high ? low : low + ".." + high;
+}
+
 std::string area_text(const std::optional<Area>& area) {
     if (!area) return kNone;
     std::string text = "latitude " + fixed(area->south, 4) + " to " + fixed(area->north, 4) +
@@ -154,8 +162,8 @@ void TextReport::grid(const std::string& file, const Velorix& grid) {
 void BriefReport::grid(const Velorix& grid) {
     const Summary summary = summarize(grid);
     if (rows_.empty()) {
-        rows_.push_back({"grid", "mode", "type", "model", "nodes", "stations", "tables", "bytes",
-                         "depths (km)", "distances (deg)", "P (s)", "S (s)"});
+        rows_.push_back({"grid", "mode", "type", "model", "nodes", "stations", "bytes", "depth km",
+                         "distance deg", "P s", "S s"});
     }
     const std::optional<Range> depths =
         summary.depths.empty()
@@ -163,10 +171,9 @@ void BriefReport::grid(const Velorix& grid) {
             : std::optional<Range>({summary.depths.front(), summary.depths.back()});
     rows_.push_back({name_text(grid.name), is_regular(grid) ? "regular" : "general",
                      grid.type == VELORIX_TYPE_1D ? "1D" : "3D", name_text(grid.model),
-                     std::to_string(grid.nn), std::to_string(grid.ns), tables_text(grid),
-                     std::to_string(grid.size), range_text(depths, 0, ""),
-                     range_text(summary.distances, 1, ""), range_text(summary.p_times, 1, ""),
-                     range_text(summary.s_times, 1, "")});
+                     std::to_string(grid.nn), std::to_string(grid.ns), std::to_string(grid.size),
+                     span_text(depths, 0), span_text(summary.distances, 1),
+                     span_text(summary.p_times, 1), span_text(summary.s_times, 1)});
 }
 
 void BriefReport::print(FILE* out) const {

@@ -26,7 +26,8 @@ std::vector<double> distinct_depths(const Velorix& grid) {
     return depths;
 }
 
-/// The arc that is left when the widest gap between neighbouring longitudes is taken out.
+/// The arc that is left when the widest gap between neighbouring longitudes is taken out; the whole
+/// circle when no gap is wider than a degree.
 Range longitude_arc(std::vector<double> longitudes) {
     std::ranges::sort(longitudes);
     Range arc{longitudes.front(), longitudes.back()};
@@ -37,7 +38,8 @@ Range longitude_arc(std::vector<double> longitudes) {
         widest = gap;
         arc = {longitudes[i], longitudes[i - 1]};
     }
-    return arc;
+    constexpr double kNoGap = 1.0;
+    return widest > kNoGap ? arc : Range{-180.0, 180.0};
 }
 
 std::optional<Area> area(const Velorix& grid) {
