@@ -59,7 +59,7 @@ Run Pair::upgoing() const {
     const double height = std::max(r_high - r_low, 1e-3);
     run.scale = std::sqrt(height / (r_high + height));
     run.span = std::asinh(1.0 / run.scale);
-    run.count = 12 + static_cast<int>(11.0 * run.span);
+    run.count = 16 + static_cast<int>(20.0 * run.span);
     return run;
 }
 
