@@ -1,7 +1,11 @@
 # What `make install` copies beside the libraries and headers, and how other builds find them.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS velorix velorix-info RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+foreach(program velorix velorix-info velorix-assoc)
+    if(TARGET ${program})
+        install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    endif()
+endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # The share folder, and the same folder in the build tree for programs that run from there.
