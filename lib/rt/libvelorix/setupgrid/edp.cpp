@@ -107,6 +107,11 @@ bool read_reference(const Velorix& grid, Pf* pf, Mesh& mesh) {
            read_real(pf, "lonr", true, mesh.lonr) && check_angle("lonr", mesh.lonr, 360.0);
 }
 
+// Arcs beyond a full turn lead nowhere new, and their squares may overflow.
+bool read_extent(Pf* pf, const char* key, double& value) {
+    return read_real(pf, key, true, value) && check_angle(key, value, 360.0);
+}
+
 bool read_type(Pf* pf, Mesh& mesh) {
     Text type;
     if (parse_param(pf, "type", PF_STRING, 0, out(type)) < 0) return bad_key("type");
@@ -123,7 +128,7 @@ bool read_type(Pf* pf, Mesh& mesh) {
 // The number that a text starts with, 0 when it starts with none.
 double leading_number(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-    if (text.starts_with('+')) text.remove_prefix(1);
+    if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
     double value = 0.0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
     return result.ec == std::errc::result_out_of_range ? HUGE_VAL : value;
@@ -149,9 +154,9 @@ bool read_mesh(const Velorix& grid, Pf* pf, Mesh& mesh) {
     constexpr int any = INT32_MAX;
     if (!read_real(pf, "strike", false, mesh.strike) || !read_reference(grid, pf, mesh) ||
         !read_type(pf, mesh) || !read_count(pf, "nx", any, mesh.nx) ||
-        !read_count(pf, "ny", any, mesh.ny) || !read_real(pf, "xmin", true, mesh.xmin) ||
-        !read_real(pf, "xmax", true, mesh.xmax) || !read_real(pf, "ymin", true, mesh.ymin) ||
-        !read_real(pf, "ymax", true, mesh.ymax) || !read_depths(pf, mesh) ||
+        !read_count(pf, "ny", any, mesh.ny) || !read_extent(pf, "xmin", mesh.xmin) ||
+        !read_extent(pf, "xmax", mesh.xmax) || !read_extent(pf, "ymin", mesh.ymin) ||
+        !read_extent(pf, "ymax", mesh.ymax) || !read_depths(pf, mesh) ||
         !read_text(pf, "method", mesh.method) || !read_text(pf, "model", mesh.model) ||
         !read_switch(pf, "compute_P", mesh.wanted.P) ||
         !read_switch(pf, "compute_S", mesh.wanted.S)) {
@@ -254,6 +259,8 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
     complain_unknown_keys(pf, name, keys);
     Mesh mesh;
     if (!read_mesh(grid, pf, mesh) || !set_fields(grid, name, mesh)) return false;
+    StationWindow window;
+    if (!read_station_window(pf, window)) return false;
     CArray<Source> sources = make_c_array<Source>(static_cast<size_t>(grid.nh));
     CArray<double> depths = make_c_array<double>(mesh.depths.size());
     if (!sources || !depths) throw std::bad_alloc();
@@ -261,7 +268,7 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
     grid.sources = sources.release();
     grid.depths = depths.release();
     lay_out_positions(grid);
-    return apply_station_window(grid, pf) && size_tables(grid);
+    return apply_station_window(grid, window) && size_tables(grid);
 }
 
 }  // namespace

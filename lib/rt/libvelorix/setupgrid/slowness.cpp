@@ -18,6 +18,8 @@ namespace {
 
 constexpr const char* kWho = "velorix_setup_slowness_grid";
 constexpr double kRadiansPerDegree = 0.017453292519943295;
+// As many positions as the record's 32-bit sizes hold; a larger mesh would only take hours to walk.
+constexpr int kMostPoints = INT32_MAX / static_cast<int>(sizeof(Source));
 // slow2d reports -1 where a slowness has no distance.
 constexpr double kNoDistance = -0.5;
 
@@ -58,6 +60,13 @@ bool read_named(Pf* pf, const char* key, double& value) {
     return finite(key, value);
 }
 
+bool check_angle(const char* key, double value, double limit) {
+    if (std::fabs(value) <= limit) return true;
+    elog_log(0, "velorix_setup_slowness_grid: %s must be between %g and %g (%g).\n", key, -limit,
+             limit, value);
+    return false;
+}
+
 bool read_real(Pf* pf, const char* key, bool required, double& value) {
     if (parse_param(pf, key, PF_DOUBLE, required, &value) < 0) return bad_param();
     return finite(key, value);
@@ -73,7 +82,10 @@ bool read_name(Pf* pf, const char* key, std::string& value) {
 bool read_reference(const Velorix& grid, Pf* pf, Mesh& mesh) {
     Text refsta;
     if (parse_param(pf, "refsta", PF_STRING, 0, out(refsta)) < 0) return bad_key("refsta");
-    if (!refsta) return read_named(pf, "latr", mesh.latr) && read_named(pf, "lonr", mesh.lonr);
+    if (!refsta) {
+        return read_named(pf, "latr", mesh.latr) && check_angle("latr", mesh.latr, 90.0) &&
+               read_named(pf, "lonr", mesh.lonr) && check_angle("lonr", mesh.lonr, 360.0);
+    }
     if (!grid.sta_arr) {
         elog_log(0, "velorix_setup_slowness_grid: Must setup stations first.\n");
         return false;
@@ -93,6 +105,11 @@ bool read_mesh(const Velorix& grid, Pf* pf, Mesh& mesh) {
     if (parse_param(pf, "nx", PF_INT, 1, &mesh.nx) < 0 ||
         parse_param(pf, "ny", PF_INT, 1, &mesh.ny) < 0) {
         return bad_param();
+    }
+    if (mesh.nx > 0 && mesh.ny > 0 && int64_t{mesh.nx} * mesh.ny > kMostPoints) {
+        elog_log(0, "velorix_setup_slowness_grid: %d x %d mesh points exceed the limit of %d.\n",
+                 mesh.nx, mesh.ny, kMostPoints);
+        return false;
     }
     return read_named(pf, "xmin", mesh.xmin) && read_named(pf, "xmax", mesh.xmax) &&
            read_named(pf, "ymin", mesh.ymin) && read_named(pf, "ymax", mesh.ymax) &&

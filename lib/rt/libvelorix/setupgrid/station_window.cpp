@@ -1,5 +1,7 @@
 #include "setupgrid/station_window.h"
 
+#include <cmath>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -10,39 +12,6 @@
 namespace velorix {
 namespace {
 
-constexpr double kOpen = 1e10;  // percent; a bound that nobody has set
-
-struct Window {
-    double pxstamin = -kOpen;
-    double pxstamax = kOpen;
-    double pystamin = -kOpen;
-    double pystamax = kOpen;
-
-    bool open() const {
-        return pxstamin == -kOpen && pxstamax == kOpen && pystamin == -kOpen && pystamax == kOpen;
-    }
-    /// x and y as fractions of the extents; one that is not a number never fails a test.
-    bool holds(double x, double y) const {
-        return !(x < pxstamin / 100.0) && !(x > pxstamax / 100.0) && !(y < pystamin / 100.0) &&
-               !(y > pystamax / 100.0);
-    }
-};
-
-bool read_window(Pf* pf, Window& window) {
-    struct Bound {
-        const char* key;
-        double* value;
-    };
-    for (const Bound& bound :
-         {Bound{"pxstamin", &window.pxstamin}, Bound{"pxstamax", &window.pxstamax},
-          Bound{"pystamin", &window.pystamin}, Bound{"pystamax", &window.pystamax}}) {
-        if (parse_param(pf, bound.key, PF_DOUBLE, 0, bound.value) >= 0) continue;
-        elog_log(0, "velorix_setup_edp_grid: parse_param(%s) error.\n", bound.key);
-        return false;
-    }
-    return true;
-}
-
 struct FreeMap {
     void operator()(Arr* map) const { freearr(map, nullptr); }
 };
@@ -52,7 +21,7 @@ bool replace_stations(Velorix& grid, const std::vector<Station>& staying) {
     if (!list) throw std::bad_alloc();
     std::unique_ptr<Arr, FreeMap> map(newarr(nullptr));
     if (!map) {
-        elog_log(0, "velorix_setup_edp_grid: newarr() error.\n");
+        elog_log(1, "velorix_setup_edp_grid: newarr() error.\n");
         return false;
     }
     for (size_t i = 0; i < staying.size(); ++i) {
@@ -71,9 +40,28 @@ bool replace_stations(Velorix& grid, const std::vector<Station>& staying) {
 
 }  // namespace
 
-bool apply_station_window(Velorix& grid, Pf* pf) {
-    Window window;
-    if (!read_window(pf, window)) return false;
+bool read_station_window(Pf* pf, StationWindow& window) {
+    struct Bound {
+        const char* key;
+        double* value;
+    };
+    for (const Bound& bound :
+         {Bound{"pxstamin", &window.pxstamin}, Bound{"pxstamax", &window.pxstamax},
+          Bound{"pystamin", &window.pystamin}, Bound{"pystamax", &window.pystamax}}) {
+        if (parse_param(pf, bound.key, PF_DOUBLE, 0, bound.value) < 0) {
+            elog_log(0, "velorix_setup_edp_grid: parse_param(%s) error.\n", bound.key);
+            return false;
+        }
+        if (!std::isfinite(*bound.value)) {
+            elog_log(0, "velorix_setup_edp_grid: %s must be finite (%g).\n", bound.key,
+                     *bound.value);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool apply_station_window(Velorix& grid, const StationWindow& window) {
     if (window.open()) return true;
     std::vector<Station> staying;
     for (const Station& station : stations(grid)) {
