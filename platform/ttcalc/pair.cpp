@@ -63,6 +63,12 @@ Run Pair::upgoing() const {
     return run;
 }
 
+// A source close above the turning layer: rays that graze there leave it almost horizontally, where
+// the block's own samples are too far apart.
+bool Pair::starts_near(const Block& block) const {
+    return block.kind == RayKind::kTurning && p_max_ - block.p_high < block.p_high - block.p_low;
+}
+
 // The largest ray parameter of a cut block; nothing passes when it is not above p_low.
 double Pair::resampled_top(const Block& block) const {
     double top = std::min(block.p_high, p_max_);
@@ -80,11 +86,12 @@ Run Pair::downgoing(const Block& block) const {
     run.block = &block;
     const bool cut = in_turning_layer(block);
     if (!cut && (block.reach < low_.level || block.p_low > p_max_)) return run;
-    if (!cut && block.p_high <= p_max_) {
+    if (!cut && block.p_high <= p_max_ && !starts_near(block)) {
         run.count = block.count;
         if (block.kind != RayKind::kDiffracted) return run;
         run.kind = Run::Kind::kDiffracted;
-        const Leg a = table_->leg_to(block.first, low_), b = table_->leg_to(block.first, high_);
+        const Leg a = table_->leg_to(block, block.first, low_),
+                  b = table_->leg_to(block, block.first, high_);
         run.count = a.x + b.x < std::numbers::pi ? 2 : 0;
         return run;
     }
@@ -113,7 +120,7 @@ Ray Pair::ray(const Run& run, int i) const {
         return {p, 2.0 * turn.x + up.x, 2.0 * turn.t + up.t};
     }
     const int sample = run.kind == Run::Kind::kDiffracted ? block.first : block.first + i;
-    const Leg a = table_->leg_to(sample, low_), b = table_->leg_to(sample, high_);
+    const Leg a = table_->leg_to(block, sample, low_), b = table_->leg_to(block, sample, high_);
     const Ray ray{table_->p(sample), a.x + b.x, a.t + b.t};
     if (run.kind != Run::Kind::kDiffracted || i == 0) return ray;
     return {ray.p, std::numbers::pi, ray.t + ray.p * (std::numbers::pi - ray.x)};

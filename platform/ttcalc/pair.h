@@ -74,6 +74,7 @@ class Pair {
 
   private:
     bool in_turning_layer(const Block& block) const { return block.start_level > low_.level; }
+    bool starts_near(const Block& block) const;
     double resampled_top(const Block& block) const;
 
     const RayTable* table_;

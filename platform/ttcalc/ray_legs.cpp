@@ -49,9 +49,13 @@ double RayTable::largest_p(const Station& low, const Station& high) const {
     return from_bottom ? std::min(p, profile_.shell(high.level).bottom.eta) : p;
 }
 
-Leg RayTable::leg_to(int sample, const Station& end) const {
+Leg RayTable::leg_to(const Block& block, int sample, const Station& end) const {
     const size_t row = static_cast<size_t>(row_of(end.level));
     const double p = p_[static_cast<size_t>(sample)];
+    if (level_of_row_[row] < block.start_level && block.kind == RayKind::kTurning) {
+        // No row between the top of a thin turning layer and the point.
+        return leg_from_turn(profile_.layers[static_cast<size_t>(block.layer)], p, end);
+    }
     Leg leg = legs_[row * p_.size() + static_cast<size_t>(sample)];
     for (int k = level_of_row_[row]; k < end.level; ++k) {
         leg.add(shell_leg(profile_.shell(k).bottom, profile_.shell(k).top, p));

@@ -57,8 +57,8 @@ class RayTable {
     /// point.
     double largest_p(const Station& low, const Station& high) const;
 
-    /// From a sample's deepest point up to a point. REQUIRES: the block reaches it from below.
-    Leg leg_to(int sample, const Station& end) const;
+    /// From the deepest point of a block's sample up to a point. REQUIRES: the block reaches it.
+    Leg leg_to(const Block& block, int sample, const Station& end) const;
 
     /// Straight up from one point to another.
     Leg leg_between(const Station& low, const Station& high, double p) const;

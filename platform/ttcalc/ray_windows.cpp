@@ -25,7 +25,7 @@ Window RayTable::block_window(const Block& block, int row) const {
     Window window{kNoBoundary, -kNoBoundary};
     Ray previous{};
     for (int i = block.first; i < block.first + block.count; ++i) {
-        const Leg a = leg_to(i, source), b = leg_to(i, surface);
+        const Leg a = leg_to(block, i, source), b = leg_to(block, i, surface);
         const Ray ray{p(i), a.x + b.x, a.t + b.t};
         window.nearest = std::min(window.nearest, ray.x);
         window.farthest = std::max(window.farthest, ray.x);
@@ -71,7 +71,7 @@ double RayTable::find_caustic(int row) const {
         const Station end = block.reach < surface.level ? source : surface;
         Ray previous{};
         for (int i = block.first; i < block.first + block.count; ++i) {
-            const Leg a = leg_to(i, source), b = leg_to(i, end);
+            const Leg a = leg_to(block, i, source), b = leg_to(block, i, end);
             const Ray ray{p(i), a.x + b.x, a.t + b.t};
             if (ray.x < nearest) {
                 nearest = ray.x;

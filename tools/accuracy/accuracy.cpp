@@ -55,12 +55,9 @@ void add_slowness(Errors& errors, Report& report, const std::string& file, const
     report.slowness.note(error, file, row);
 }
 
-void judge(const Row& row, const std::string& file, Hook** hook, Report& report) {
+bool judge(const Row& row, const std::string& file, Hook** hook, Report& report) {
     FirstArrivals first{};
-    if (!compute_first(row, first, hook)) {
-        ++report.over_gate;
-        return;
-    }
+    if (!compute_first(row, first, hook)) return false;
     std::string band = band_of(row.source_depth);
     if (row.receiver_depth != 0.0) band = "z_rec!=0";
     Errors& errors = report.bands[row.model + "\t" + band];
@@ -88,6 +85,7 @@ void judge(const Row& row, const std::string& file, Hook** hook, Report& report)
     }
     add_slowness(errors, report, file, row, std::fabs(first.s_slowness - row.first.s_slowness),
                  row.next_s);
+    return true;
 }
 
 void print_line(const std::string& band, const char* quantity, std::vector<double>& errors) {
@@ -125,7 +123,9 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "%s\n", error.c_str());
             return 1;
         }
-        for (const Row& row : rows) judge(row, file.filename().string(), &hook, report);
+        for (const Row& row : rows) {
+            if (!judge(row, file.filename().string(), &hook, report)) return 1;
+        }
         pairs += rows.size();
     }
     freehook(&hook);
