@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "support/literal_search.h"
+#include "velorix_pvt.h"
+
+namespace velorix_test {
+namespace {
+
+struct Problem {
+    std::vector<double> data;
+    std::vector<double> weight;  // empty: unweighted
+    std::vector<int> group;
+    std::vector<int> subgroup;
+    double dwin = 0.15;
+    double prewin = 1.0;
+};
+
+struct Answer {
+    LiteralCluster cluster;
+    std::vector<double> data;
+};
+
+Answer solve(const Problem& problem) {
+    Answer answer{{}, problem.data};
+    std::vector<double> weight = problem.weight;
+    int nbuf = 0, ngrp = 0, nsub = 0;
+    bufsort* buf = nullptr;
+    double** grp = nullptr;
+    double** sub = nullptr;
+    EXPECT_EQ(0, find_cluster(static_cast<int>(problem.data.size()), answer.data.data(),
+                              weight.empty() ? nullptr : weight.data(), problem.group.data(),
+                              problem.subgroup.data(), problem.dwin, problem.prewin,
+                              &answer.cluster.score, &answer.cluster.first,
+                              &answer.cluster.variance, &nbuf, &buf, &ngrp, &grp, &nsub, &sub));
+    EXPECT_EQ(nullptr, buf);
+    EXPECT_EQ(nullptr, grp);
+    EXPECT_EQ(nullptr, sub);
+    EXPECT_EQ(0, nbuf + ngrp + nsub);
+    return answer;
+}
+
+Answer solve_literally(const Problem& problem) {
+    Answer answer{{}, problem.data};
+    std::vector<double> weight = problem.weight;
+    answer.cluster =
+        literal_find_cluster(static_cast<int>(problem.data.size()), answer.data.data(),
+                             weight.empty() ? nullptr : weight.data(), problem.group.data(),
+                             problem.subgroup.data(), problem.dwin, problem.prewin);
+    return answer;
+}
+
+TEST(FindCluster, PenalisesStationsJustBeforeTheWindow) {
+    const Answer answer = solve({{100.0, 100.1, 99.8}, {}, {0, 1, 2}, {0, 1, 2}, 0.15, 1.0});
+    EXPECT_DOUBLE_EQ(1.9, answer.cluster.score);
+    EXPECT_EQ(99.8, answer.cluster.first);
+    EXPECT_EQ((std::vector<double>{0.0, 0.0, 99.8}), answer.data);
+}
+
+TEST(FindCluster, RowsWithKnownMembers) {
+    struct Row {
+        const char* what;
+        Problem problem;
+        double score;
+        std::vector<double> data;
+    };
+    const Row rows[] = {
+        {"same time gets the full bonus", {{5, 5, 5}, {}, {0, 1, 2}, {0, 1, 2}}, 3.9, {5, 5, 5}},
+        {"one observation joins once", {{5, 5.05}, {}, {0, 1}, {0, 0}, .15, 0}, 1.9, {5, 0}},
+        {"one station joins once", {{5, 5.05}, {}, {0, 0}, {0, 1}, .15, 0}, 1.9, {5, 0}},
+        {"a candidate one window later is outside",
+         {{5, 6}, {}, {0, 1}, {0, 1}, 1, 0},
+         1.9,
+         {5, 0}},
+        {"the earlier of equal placements wins", {{9, 5}, {}, {0, 1}, {0, 1}, 1, 0}, 1.9, {0, 5}},
+        {"weights count", {{5, 9, 9}, {7, 2, 2}, {0, 1, 2}, {0, 1, 2}, 1, 0}, 7.9, {5, 0, 0}},
+        {"a window of no width takes nothing", {{5}, {}, {0}, {0}, 0, 0}, 0, {0}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const Answer answer = solve(row.problem);
+        EXPECT_DOUBLE_EQ(row.score, answer.cluster.score);
+        EXPECT_EQ(row.data, answer.data);
+    }
+}
+
+TEST(FindCluster, NothingGivesZeros) {
+    const Answer answer = solve({});
+    EXPECT_EQ(0, answer.cluster.score);
+    EXPECT_EQ(0, answer.cluster.first);
+    EXPECT_EQ(0, answer.cluster.variance);
+}
+
+// Times on a coarse lattice make ties in value and score common; far outliers, negative and zero
+// weights and many shared groups reach the sort's and the pruning's corners.
+Problem random_problem(std::mt19937& random) {
+    const auto pick = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    Problem problem;
+    const int n = 1 + pick(pick(10) == 0 ? 300 : 30);
+    const double step = pick(2) ? 0.5 : 0.0137;
+    const int weights = pick(4);
+    for (int i = 0, subgroup = 0; i < n; ++i) {
+        double value = 1e9 + step * pick(1 + pick(200));
+        if (pick(40) == 0) value += 1e6;
+        problem.data.push_back(value);
+        problem.group.push_back(pick(1 + n / (1 + pick(3))));
+        subgroup += pick(2);
+        problem.subgroup.push_back(subgroup);
+        if (weights == 1) problem.weight.push_back(0.25 * pick(5));
+        if (weights == 2) problem.weight.push_back(0.01 * pick(300));
+        if (weights == 3) problem.weight.push_back(0.1 * (pick(20) - 4));
+    }
+    // The numbering that callers promise: the last group number bounds the others.
+    problem.group.back() = n;
+    problem.dwin = 0.1 * (1 + pick(30));
+    problem.prewin = 0.5 * pick(6);
+    return problem;
+}
+
+TEST(FindCluster, AgreesWithTheLiteralSearchOnRandomCases) {
+    const unsigned seed = 20180105;
+    std::mt19937 random(seed);
+    for (int i = 0; i < 20000; ++i) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed << ", case " << i);
+        const Problem problem = random_problem(random);
+        const Answer fast = solve(problem);
+        const Answer slow = solve_literally(problem);
+        ASSERT_EQ(slow.cluster.score, fast.cluster.score);
+        ASSERT_EQ(slow.cluster.first, fast.cluster.first);
+        ASSERT_EQ(slow.cluster.variance, fast.cluster.variance);
+        ASSERT_EQ(slow.data, fast.data);
+    }
+}
+
+TEST(FindCluster, SurvivesValuesThatAreNotNumbers) {
+    const double nan = std::nan("");
+    const double inf = std::numeric_limits<double>::infinity();
+    std::vector<double> data;
+    std::vector<int> number;
+    for (int i = 0; i < 64; ++i) {
+        data.push_back(i % 3 == 0 ? nan : i % 5 == 0 ? inf : 100.0 + 0.001 * i);
+        number.push_back(i);
+    }
+    const Answer answer = solve({data, {}, number, number, 1.0, 0.5});
+    EXPECT_GT(answer.cluster.score, 30);
+    EXPECT_TRUE(std::isfinite(answer.cluster.variance));
+}
+
+TEST(MyCmp, OrdersByValue) {
+    double one = 1, two = 2;
+    bufsort a{&one, nullptr, 0, 0, 0, 0};
+    bufsort b{&two, nullptr, 0, 0, 0, 0};
+    EXPECT_EQ(-1, mycmp(&a, &b));
+    EXPECT_EQ(1, mycmp(&b, &a));
+    EXPECT_EQ(0, mycmp(&a, &a));
+}
+
+}  // namespace
+}  // namespace velorix_test
