@@ -24,7 +24,7 @@ double distance_deg(const Point& from, const Station& to) {
     double azimuth = 0;
     dist(from.lat * kRadians, from.lon * kRadians, to.lat * kRadians, to.lon * kRadians, &arc,
          &azimuth);
-    return arc / kRadians;
+    return rounded_degrees(arc / kRadians);
 }
 
 /// A table's entry as it is stored; an empty cell when the grid lacks the table.

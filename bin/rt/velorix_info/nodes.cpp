@@ -28,6 +28,8 @@ double squared_distance(const Vector& a, const Vector& b) {
 
 }  // namespace
 
+double rounded_degrees(double degrees) { return std::round(degrees * 1e6) / 1e6; }
+
 Node node(const Velorix& grid, int64_t number) {
     if (!is_regular(grid)) {
         const Source& source = grid.sources[number];

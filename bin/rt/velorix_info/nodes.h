@@ -24,6 +24,9 @@ struct Node {
 
 inline bool is_regular(const Velorix& grid) { return grid.mode == VELORIX_MODE_REGULAR; }
 
+/// Degrees to a tenth of a metre on the ground: beyond that a distance's digits say nothing.
+double rounded_degrees(double degrees);
+
 /// REQUIRES: 0 <= number < grid.nn. Regular meshes count x fastest, then y, then depth.
 Node node(const Velorix& grid, int64_t number);
 

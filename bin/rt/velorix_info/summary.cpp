@@ -55,7 +55,7 @@ std::optional<Range> distances(const Velorix& grid) {
     if (grid.nh == 0 || grid.ns == 0) return std::nullopt;
     Range range{};
     velorix_get_minmax_distance(&grid, &range.min, &range.max);
-    return range;
+    return Range{rounded_degrees(range.min), rounded_degrees(range.max)};
 }
 
 void summarize_times(const Velorix& grid, Summary& summary) {

@@ -1,0 +1,141 @@
+// What only shows in the bytes of the tool's output or needs inputs made by a program.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "program.h"
+#include "support/temp_file.h"
+#include "synthetic_grids.h"
+#include "velorix.h"
+
+namespace velorix_test {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+constexpr const char* kStations =
+    "#Network | Station | Latitude | Longitude | Elevation | SiteName | StartTime | EndTime\n"
+    "IU|ANMO|34.9459|-106.4572|1820.0|Albuquerque|2002-11-19T00:00:00|\n"
+    "IU|COR|44.5855|-123.3046|110.0|Corvallis|1989-11-01T00:00:00|2010-01-01T00:00:00\n"
+    "US|RSSD|44.1212|-104.0359|2090.0|Black Hills|1983-01-01T00:00:00|\n";
+
+std::string file_grid(const std::string& name) {
+    return "[grids." + name +
+           "]\nmode = \"file\"\ncoords_file = \"points.txt\"\nmethod = \"tttaup\"\n"
+           "model = \"iasp91\"\ncompute_P = true\ncompute_distances = true\n";
+}
+
+class Driver : public testing::Test {
+  protected:
+    Driver() {
+        folder_.write("net.txt", kStations);
+        folder_.write("points.txt", "40 -110 10\n-41.5 170 600\n1 2 33\n");
+    }
+
+    Finished make(const std::string& toml, const std::vector<std::string>& arguments) {
+        folder_.write("velorix.toml", toml);
+        Command command{{"velorix"}, folder_.path(), {}, "", Output::collected};
+        command.words.insert(command.words.end(), arguments.begin(), arguments.end());
+        return run(command);
+    }
+
+    TempFolder folder_;
+};
+
+/// A heap without the writer's addresses, which differ from run to run.
+std::string without_addresses(std::string heap) {
+    for (const size_t offset : {320, 352, 360, 376}) heap.replace(offset, 8, 8, '\0');
+    return heap;
+}
+
+int32_t size_field(const std::string& heap) {
+    int32_t size = 0;
+    std::memcpy(&size, heap.data() + offsetof(Velorix, size), sizeof size);
+    return size;
+}
+
+TEST_F(Driver, OutputIsTheHeapsOfTheGridsBackToBack) {
+    const std::string first = make(file_grid("a"), {"net.txt"}).out;
+    const std::string second = make(file_grid("bb"), {"net.txt"}).out;
+    const std::string both = make(file_grid("bb") + file_grid("a"), {"net.txt"}).out;
+
+    ASSERT_EQ(both.size(), first.size() + second.size());
+    ASSERT_EQ(static_cast<size_t>(size_field(both)), first.size());
+    EXPECT_EQ(without_addresses(both.substr(0, first.size())), without_addresses(first));
+    EXPECT_EQ(without_addresses(both.substr(first.size())), without_addresses(second));
+}
+
+TEST_F(Driver, TimeOptionChoosesTheStations) {
+    const std::string toml = file_grid("a") + "time = \"2016-08-24\"\n";
+    const std::vector<std::pair<std::string, int>> rows = {
+        {"1985-01-01", 1}, {"1990-01-01", 2}, {"2005-01-01", 3}, {"all", 3}};
+    for (const auto& [time, stations] : rows) {
+        const Finished finished = make(toml, {"-time", "1970-01-01", "-time", time, "net.txt"});
+        ASSERT_GE(finished.out.size(), sizeof(Velorix)) << time << '\n' << finished.err;
+        int32_t ns = 0;
+        std::memcpy(&ns, finished.out.data() + offsetof(Velorix, ns), sizeof ns);
+        EXPECT_EQ(ns, stations) << time;
+    }
+}
+
+TEST_F(Driver, LongGridNameIsCutInTheHeapAndWholeInMessages) {
+    const std::string name(70, 'n');
+    const Finished finished = make(file_grid(name), {"net.txt"});
+    EXPECT_THAT(finished.err, HasSubstr("Writing grid " + name + "...\n"));
+    ASSERT_GE(finished.out.size(), sizeof(Velorix));
+    EXPECT_EQ(finished.out.substr(offsetof(Velorix, name), VELORIX_NAME_SIZE), name.substr(0, 64));
+}
+
+TEST_F(Driver, GlobalGridOfMoreStationsThanItsTableHoldsIsRefused) {
+    std::string stations(kStations, std::strchr(kStations, '\n') + 1);
+    for (int i = 0; i < 3142; ++i) {
+        stations += "XX|S" + std::to_string(i) + "|10.0|20.0|0.0|Station|1989-01-01T00:00:00|\n";
+    }
+    folder_.write("many.txt", stations);
+    const Finished finished = make(
+        "[grids.g]\nmode = \"utele\"\nmethod = \"tttaup\"\nmodel = \"iasp91\"\ncompute_P = true\n",
+        {"many.txt"});
+    EXPECT_EQ(finished.status, 1);
+    EXPECT_EQ(finished.out, "");
+    EXPECT_THAT(finished.err, HasSubstr("2147858632"));  // 170899 * 3142 * 4
+    EXPECT_THAT(finished.err, EndsWith("velorix: velorix_setup_fromsourcearray_grid() error.\n"));
+}
+
+TEST_F(Driver, ParameterFileIsFoundThroughThePath) {
+    folder_.write("elsewhere/named.toml", file_grid("a"));
+    Command command{
+        {"velorix", "-pf", "named", "net.txt"}, folder_.path(), {}, "", Output::collected};
+    EXPECT_EQ(run(command).status, 1);
+    command.environment = {"VELORIX_PFPATH=" + folder_.path("elsewhere")};
+    EXPECT_EQ(run(command).status, 0);
+}
+
+TEST_F(Driver, ExamplesReadProgramPrintsTheTimesOfTheGrid) {
+    folder_.write("g.vxg", synthetic_grids("plain"));
+    const Finished finished =
+        run({{"read_grid", "g.vxg", "B", "1"}, folder_.path(), {}, "", Output::collected});
+    EXPECT_EQ(finished.status, 0) << finished.err;
+    EXPECT_EQ(finished.out,
+              "list, of points: node 1 (45.0000 90.0000, 600.0 km) to B: P 101.500 s, S -1.000 s\n"
+              "table: node 1 (-10.0000 -179.0000, 0.0 km) to B: P 10.000 s, S 20.000 s\n");
+}
+
+TEST(Info, TruncatedFileIsRefusedAtEveryLength) {
+    const TempFolder folder;
+    const std::string whole = synthetic_grids("plain");
+    const auto first = static_cast<size_t>(size_field(whole));
+    for (size_t length = 1; length < whole.size(); length += 13) {
+        if (length == first) continue;
+        folder.write("g.vxg", std::string_view(whole).substr(0, length));
+        const Finished finished =
+            run({{"velorix-info", "g.vxg"}, folder.path(), {}, "", Output::collected});
+        EXPECT_EQ(finished.status, 1) << length;
+        EXPECT_EQ(finished.out, "") << length;
+        EXPECT_THAT(finished.err, HasSubstr("g.vxg: byte ")) << length;
+    }
+}
+
+}  // namespace
+}  // namespace velorix_test
