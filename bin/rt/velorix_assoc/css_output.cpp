@@ -1,0 +1,151 @@
+// CSS3.0 flat files. Columns and nulls: CSS Version 3.0 Database: Schema Reference Manual (Anderson
+// et al., Center for Seismic Studies Technical Report C90-01, 1990).
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+#include "output.h"
+#include "platform/timeconv/timeconv.h"
+#include "text.h"
+
+namespace velorix::assoc {
+namespace {
+
+constexpr const char* kAuthor = "velorix-assoc";
+constexpr long long kLargestId = 99999999;  // eight digits
+
+/// Builds a row; a value too wide for its field would push all later ones out of place.
+class Row {
+  public:
+    Row& text(const std::string& value, size_t width) {
+        std::string clean = value.empty() ? "-" : value.substr(0, width);
+        for (char& c : clean) {
+            if (static_cast<unsigned char>(c) < 0x21 || static_cast<unsigned char>(c) > 0x7e)
+                c = '_';
+        }
+        clean.resize(width, ' ');
+        return add(clean);
+    }
+    Row& integer(long long value, int width) {
+        std::string out = format("%*lld", width, value);
+        return add(out.size() == static_cast<size_t>(width) ? out : format("%*d", width, -1));
+    }
+    /// `null` stands for a value that is not finite or does not fit.
+    Row& real(double value, int width, int decimals, double null) {
+        const std::string out =
+            format("%*.*f", width, decimals, std::isfinite(value) ? value : null);
+        if (out.size() == static_cast<size_t>(width)) return add(out);
+        return add(format("%*.*f", width, decimals, null));
+    }
+    std::string line() const { return line_ + "\n"; }
+
+  private:
+    Row& add(const std::string& field) {
+        if (!line_.empty()) line_ += ' ';
+        line_ += field;
+        return *this;
+    }
+    std::string line_;
+};
+
+std::string event_row(const Event& e, long long number) {
+    return Row()
+        .integer(number, 8)
+        .text(e.id, 15)
+        .integer(number, 8)
+        .text(kAuthor, 15)
+        .integer(-1, 8)
+        .text("-", 17)
+        .line();
+}
+
+std::string origin_row(const Event& e, long long number) {
+    Row row;
+    row.real(e.lat, 9, 4, -999.0).real(e.lon, 9, 4, -999.0).real(e.depth, 9, 4, -999.0);
+    row.real(e.time, 17, 5, -9999999999.999).integer(number, 8).integer(number, 8);
+    row.integer(yearday(e.time), 8).integer(static_cast<long long>(e.picks.size()), 4);
+    row.integer(e.defining, 4).integer(-1, 4).integer(-1, 8).integer(-1, 8).text("-", 7);
+    row.real(-999.0, 9, 4, -999.0).text(e.fixed_depth ? "r" : "f", 1);
+    for (int magnitude = 0; magnitude < 3; ++magnitude)
+        row.real(-999.0, 7, 2, -999.0).integer(-1, 8);
+    return row.text("grid", 15).text(kAuthor, 15).integer(-1, 8).text("-", 17).line();
+}
+
+std::string origerr_row(const Event& e, long long number) {
+    const auto& c = e.error.covariance;  // east, north, depth, time
+    Row row;
+    row.integer(number, 8);
+    for (double v : {c[0][0], c[1][1], c[2][2], c[3][3], c[0][1], c[0][2], c[1][2], c[3][0],
+                     c[3][1], c[3][2]}) {
+        row.real(v, 15, 4, -999999999.9999);
+    }
+    row.real(e.scatter_weighted, 9, 4, -1.0).real(e.error.major, 9, 4, -1.0);
+    row.real(e.error.minor, 9, 4, -1.0).real(e.error.strike, 6, 2, -1.0);
+    row.real(e.error.depth, 9, 4, -1.0).real(e.error.time, 8, 2, -1.0);
+    constexpr double kOneSigma = 0.683;
+    return row.real(kOneSigma, 5, 3, 0.0).integer(-1, 8).text("-", 17).line();
+}
+
+std::string assoc_row(const EventPick& p, const Event& e, long long arid, long long orid) {
+    Row row;
+    row.integer(arid, 8).integer(orid, 8).text(p.pick.station, 6).text(std::string(1, p.phase), 8);
+    row.real(9.99, 4, 2, 9.99).real(p.delta, 8, 3, -1.0).real(p.seaz, 7, 2, -999.0);
+    row.real(p.esaz, 7, 2, -999.0).real(p.residual, 8, 3, -999.0).text(p.defining ? "d" : "n", 1);
+    row.real(-999.0, 7, 1, -999.0).text("-", 1).real(-999.0, 7, 2, -999.0).text("-", 1);
+    row.real(-999.0, 7, 1, -999.0).real(p.weight, 6, 3, -1.0).text(e.model, 15).integer(-1, 8);
+    return row.text("-", 17).line();
+}
+
+std::string arrival_row(const Pick& p, long long arid) {
+    Row row;
+    row.text(p.station, 6).real(p.time, 17, 5, -9999999999.999).integer(arid, 8);
+    row.integer(yearday(p.time), 8).integer(-1, 8).integer(-1, 8).text(p.channel, 8);
+    row.text(p.phase, 8).text("-", 1).real(-1.0, 6, 3, -1.0);
+    for (int i = 0; i < 5; ++i) row.real(-1.0, 7, 2, -1.0);  // azimuth .. emergence angle
+    row.real(-1.0, 7, 3, -1.0).real(-1.0, 10, 1, -1.0).real(-1.0, 7, 2, -1.0);
+    row.real(-999.0, 7, 2, -999.0).text("-", 1).text("-", 2).real(p.quality, 10, 2, -1.0);
+    return row.text("-", 1).text("-", 15).integer(-1, 8).text("-", 17).line();
+}
+
+/// Arrival identifiers: the picks' own where all of them fit and are unique, else counted from 1.
+class Identifiers {
+  public:
+    explicit Identifiers(const Catalogue& events) {
+        std::map<int64_t, double> seen;
+        for (const Event& event : events) {
+            for (const EventPick& p : event.picks) {
+                const auto [at, fresh] = seen.emplace(p.pick.arid, p.pick.time);
+                own_ = own_ && p.pick.arid > 0 && p.pick.arid <= kLargestId &&
+                       (fresh || at->second == p.pick.time);
+            }
+        }
+    }
+    long long of(const Pick& pick) { return own_ ? pick.arid : ++count_; }
+
+  private:
+    bool own_ = true;
+    long long count_ = 0;
+};
+
+}  // namespace
+
+std::vector<Document> css_documents(const Catalogue& events) {
+    Document event{".event", ""}, origin{".origin", ""}, origerr{".origerr", ""};
+    Document assoc{".assoc", ""}, arrival{".arrival", ""};
+    Identifiers identifiers(events);
+    long long number = 0;
+    for (const Event& e : events) {
+        ++number;
+        event.text += event_row(e, number);
+        origin.text += origin_row(e, number);
+        origerr.text += origerr_row(e, number);
+        for (const EventPick& p : e.picks) {
+            const long long arid = identifiers.of(p.pick);
+            assoc.text += assoc_row(p, e, arid, number);
+            arrival.text += arrival_row(p.pick, arid);
+        }
+    }
+    return {event, origin, origerr, assoc, arrival};
+}
+
+}  // namespace velorix::assoc

@@ -1,0 +1,107 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+
+#include "text.h"
+
+namespace velorix::assoc {
+namespace {
+
+constexpr const char* kUsage =
+    "usage: velorix-assoc [-pf FILE] --grids FILE... --picks FILE... [--from T] [--to T]\n"
+    "                     [--threads N] [--format text|csv|json|quakeml|css] [--out PATH]\n"
+    "                     [--skip-bad] [--show-parameters] [--explain T] [-v] [-q]\n";
+
+struct Raw {
+    std::vector<std::string> picks;
+    std::string from, to, explain, format = "text";
+    bool version = false;
+};
+
+void declare(CLI::App& app, Options& o, Raw& raw) {
+    app.add_option("--pf", o.parameter_file, "parameter file (TOML)");
+    app.add_option("--grids", o.grids, "grid files");
+    app.add_option("--picks", raw.picks, "pick files; - is standard input");
+    app.add_option("--from", raw.from, "first pick time");
+    app.add_option("--to", raw.to, "last pick time");
+    app.add_option("--threads", o.threads, "threads of a scan");
+    app.add_option("--format", raw.format, "text, csv, json, quakeml or css");
+    app.add_option("--out", o.out, "output file; css: database name");
+    app.add_option("--explain", raw.explain, "say what was found or missing around a time");
+    app.add_flag("--skip-bad", o.stream.skip_bad, "count unreadable lines and go on");
+    app.add_flag("--show-parameters", o.show_parameters, "print the parameters in force and end");
+    app.add_flag("-v,--verbose", o.verbose, "one line an event");
+    app.add_flag("-q,--quiet", o.quiet, "errors only");
+    app.add_flag("--version", raw.version, "print the version");
+}
+
+Parsed refuse(const std::string& message) {
+    complain(message);
+    std::fputs(kUsage, stderr);
+    return Parsed::wrong;
+}
+
+bool time_of(const std::string& text, const char* option, double& out, std::string& error) {
+    if (text.empty()) return true;
+    const auto value = epoch(text);
+    if (value) out = *value;
+    if (!value) error = std::string(option) + ": '" + text + "' is not a time";
+    return value.has_value();
+}
+
+Parsed check(Options& o, const Raw& raw) {
+    std::string error;
+    double explain = 0.0;
+    if (o.grids.empty()) return refuse("Need --grids.");
+    if (raw.picks.empty() && !o.show_parameters) return refuse("Need --picks.");
+    if (std::count(raw.picks.begin(), raw.picks.end(), "-") > 1) {
+        return refuse("Standard input can be read once only.");
+    }
+    const auto format = format_of(raw.format);
+    if (!format) return refuse("Unrecognized format '" + raw.format + "'.");
+    if (*format == Format::css && o.out.empty() && !o.show_parameters) {
+        return refuse("Format css needs --out.");
+    }
+    if (o.threads < 1) return refuse("--threads must be 1 or more.");
+    if (!time_of(raw.from, "--from", o.stream.from, error) ||
+        !time_of(raw.to, "--to", o.stream.to, error) ||
+        !time_of(raw.explain, "--explain", explain, error)) {
+        return refuse(error);
+    }
+    if (!raw.explain.empty()) o.explain = explain;
+    o.format = *format;
+    o.stream.paths = raw.picks;
+    return Parsed::run;
+}
+
+}  // namespace
+
+Parsed parse_options(int argc, const char* const* argv, Options& options) {
+    CLI::App app;
+    Raw raw;
+    declare(app, options, raw);
+    app.set_help_flag("-h,--help", "");
+    // -pf is the tools' common spelling; the parser knows long names with two dashes only.
+    std::vector<std::string> words;
+    for (int i = argc - 1; i > 0; --i) {
+        words.push_back(std::string(argv[i]) == "-pf" ? "--pf" : argv[i]);
+    }
+    try {
+        app.parse(std::move(words));
+    } catch (const CLI::CallForHelp&) {
+        std::fputs(kUsage, stdout);
+        std::fputs(app.help("", CLI::AppFormatMode::Sub).c_str(), stdout);
+        return Parsed::done;
+    } catch (const CLI::ParseError& error) {
+        return refuse(error.what());
+    }
+    if (raw.version) {
+        std::printf("velorix-assoc %s\n", VELORIX_VERSION);
+        return Parsed::done;
+    }
+    return check(options, raw);
+}
+
+}  // namespace velorix::assoc

@@ -1,0 +1,55 @@
+#ifndef VELORIX_ASSOC_SCREEN_H
+#define VELORIX_ASSOC_SCREEN_H
+// Where in time an event may have happened: picks back-projected to a sparse subset of a grid's
+// nodes. The bins of origin time stand at multiples of their width, whatever the stretch of picks
+// looked at, so that the answer does not depend on where a run starts.
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "search_grid.h"
+
+namespace velorix::assoc {
+
+/// A pick as screening sees it.
+struct ScreenPick {
+    double time;
+    int station;
+    bool p, s;
+};
+
+class Screen {
+  public:
+    explicit Screen(const SearchGrid& grid);
+
+    /// Width of a bin, s.
+    double width() const { return width_; }
+    int64_t bin_of(double time) const;
+    double start_of(int64_t bin) const { return static_cast<double>(bin) * width_; }
+
+    /**
+     * For every bin the largest count of picks, over the nodes, that go back to it or the next one:
+     * a station counts once as P and once as S.
+     * @param[in]  picks by time
+     * @param[in]  first first bin
+     * @param[out] votes one a bin; overwritten
+     */
+    void vote(std::span<const ScreenPick> picks, int64_t first, std::span<float> votes) const;
+
+  private:
+    void choose_nodes(const GridTimes& times);
+    void read_times(const SearchGrid& grid);
+    double smear(const GridTimes& times) const;
+    void vote_at(size_t node, std::span<const ScreenPick> picks, int64_t first,
+                 std::span<float> votes) const;
+
+    int stations_ = 0;
+    double width_ = 1.0;
+    std::vector<int64_t> nodes_;
+    std::vector<float> p_, s_;  // [node][station]; negative: out of reach
+    mutable std::vector<float> counts_;
+    mutable std::vector<int64_t> last_bin_;  // [station][phase]
+};
+
+}  // namespace velorix::assoc
+#endif

@@ -1,0 +1,81 @@
+#include "search_grid.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/strmatch/strmatches.h"
+#include "text.h"
+
+namespace velorix::assoc {
+
+int SearchGrid::station_of(const Pick& pick) const {
+    const std::string key = pick.network + "." + pick.station;
+    const auto known = numbers_.find(key);
+    if (known != numbers_.end()) return known->second;
+    const Arr* map = times.grid().sta_arr;
+    const void* found = nullptr;
+    for (const std::string& code : {key, pick.network + "_" + pick.station, pick.station}) {
+        if (!found) found = getarr(map, code.c_str());
+    }
+    const int number = found ? static_cast<const Station*>(found)->index : -1;
+    numbers_.emplace(key, number);
+    return number;
+}
+
+bool GridSet::load(const std::vector<std::string>& paths, const ParameterFile& file, int threads) {
+    by_name_.reset(newarr(nullptr));
+    for (const std::string& path : paths) {
+        Tbl* list = nullptr;
+        if (velorix_read_file(path.c_str(), &list) < 0) return fail(path + ": no grids read");
+        files_.emplace_back(list);
+        for (int i = 0; i < maxtbl(list); ++i) {
+            if (!add(static_cast<Velorix*>(gettbl(list, i)), file, threads)) return false;
+        }
+    }
+    return !grids_.empty() || fail("velorix-assoc: the grid files hold no grid");
+}
+
+bool GridSet::add(Velorix* grid, const ParameterFile& file, int threads) {
+    const std::string name(grid->name, strnlen(grid->name, VELORIX_NAME_SIZE));
+    if (getarr(by_name_.get(), name.c_str())) {
+        return fail("velorix-assoc: two grids are called '" + name + "'");
+    }
+    if (grid->ns < 1 || grid->nn < 1 || !grid->P_times) {
+        return fail("velorix-assoc: grid '" + name + "' has no stations, no nodes or no P times");
+    }
+    SearchGrid& added = grids_.emplace_back(grid, name);
+    added.search.reset(velorix_new_search(grid));
+    if (!added.search) return false;
+    derive_defaults(added.times, *added.search, added.rules);
+    if (!read_grid_rules(file, name, added.search.get(), added.rules)) return false;
+    added.search->number_threads = threads;
+    if (velorix_setup_search(added.search.get()) != 0) return false;
+    double max_p = 0.0, min_s = 0.0, max_s = 0.0;
+    velorix_get_minmax_ttimes(grid, &added.min_p, &max_p, &min_s, &max_s);
+    added.alive.assign(static_cast<size_t>(grid->ns), 0);
+    return setarr(by_name_.get(), name.c_str(), added.search.get()) == 0;
+}
+
+static bool matches(const std::string& text, const char* pattern, Hook** hook) {
+    return !pattern || strmatches(text.c_str(), pattern, hook) == 1;
+}
+
+void assign_roles(Waiting& waiting, const std::vector<SearchGrid>& grids, Labels labels) {
+    const Label label = label_of(waiting.pick.phase);
+    waiting.roles.assign(grids.size(), Role());
+    for (size_t g = 0; g < grids.size(); ++g) {
+        SearchParams* sp = grids[g].search.get();
+        Role& role = waiting.roles[g];
+        const bool any = labels == Labels::ignore || label == Label::unknown;
+        role.p = any || label == Label::p;
+        role.s = any || label == Label::s || (label == Label::p && labels == Labels::p_first);
+        role.s = role.s && sp->try_S != 0;
+        if (!matches(waiting.pick.phase, sp->phase_sifter, &sp->hook_phase_sifter)) continue;
+        const std::string& channel = waiting.pick.channel;
+        role.p = role.p && matches(channel, sp->p_channel_sifter, &sp->hook_p_channel_sifter);
+        role.s = role.s && matches(channel, sp->s_channel_sifter, &sp->hook_s_channel_sifter);
+        if (role.p || role.s) role.station = grids[g].station_of(waiting.pick);
+    }
+}
+
+}  // namespace velorix::assoc

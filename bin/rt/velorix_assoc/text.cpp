@@ -1,0 +1,138 @@
+#include "text.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+
+#include "platform/elog/elog.h"
+#include "platform/timeconv/timeconv.h"
+
+namespace velorix::assoc {
+
+std::string_view trim(std::string_view text) {
+    constexpr std::string_view kBlank = " \t\r\n\v\f";
+    const size_t first = text.find_first_not_of(kBlank);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+std::string lower(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return out;
+}
+
+template <class T>
+static std::optional<T> parse(std::string_view text) {
+    text = trim(text);
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
+    T value{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+std::optional<double> number(std::string_view text) {
+    const auto value = parse<double>(text);
+    return value && std::isfinite(*value) ? value : std::nullopt;
+}
+
+std::optional<long long> whole_number(std::string_view text) { return parse<long long>(text); }
+
+std::optional<double> epoch(std::string_view text) {
+    // A plain number is epoch seconds; eight digits alone would be a date, which no picker writes.
+    if (const auto seconds = number(text)) return seconds;
+    std::string iso(trim(text));
+    for (const char* zero : {"+00:00", "+0000"}) {
+        if (iso.ends_with(zero)) iso.resize(iso.size() - std::string_view(zero).size());
+    }
+    double value = 0.0;
+    if (zstr2epoch(iso.c_str(), &value) != 0) return std::nullopt;
+    return value;
+}
+
+std::optional<std::vector<std::string>> split_csv(std::string_view line, char separator) {
+    std::vector<std::string> fields(1);
+    bool quoted = false;
+    for (size_t i = 0; i < line.size(); ++i) {
+        const char c = line[i];
+        if (quoted) {
+            if (c != '"') {
+                fields.back() += c;
+            } else if (i + 1 < line.size() && line[i + 1] == '"') {
+                fields.back() += line[++i];
+            } else {
+                quoted = false;
+            }
+        } else if (c == '"') {
+            quoted = true;
+        } else if (c == separator) {
+            fields.emplace_back();
+        } else {
+            fields.back() += c;
+        }
+    }
+    if (quoted) return std::nullopt;
+    for (std::string& field : fields) field = std::string(trim(field));
+    return fields;
+}
+
+std::string csv_field(const std::string& text) {
+    if (text.find_first_of(",\"\n\r") == std::string::npos) return text;
+    std::string out = "\"";
+    for (char c : text) {
+        if (c == '"') out += '"';
+        out += c;
+    }
+    return out + "\"";
+}
+
+std::string format(const char* pattern, ...) {
+    va_list args, again;
+    va_start(args, pattern);
+    va_copy(again, args);
+    const int size = vsnprintf(nullptr, 0, pattern, args);
+    std::string out(size > 0 ? static_cast<size_t>(size) : 0, '\0');
+    if (size > 0) vsnprintf(out.data(), out.size() + 1, pattern, again);
+    va_end(again);
+    va_end(args);
+    return out;
+}
+
+// Civil date of a day number since 1970: Howard Hinnant, "chrono-compatible low-level date
+// algorithms" (2013).
+std::string iso_time(double seconds, int decimals) {
+    const double scale = std::pow(10.0, decimals);
+    const double ticks = std::round(seconds * scale);
+    const double whole = std::floor(ticks / scale);
+    const long long total = static_cast<long long>(whole);
+    const long long days = (total >= 0 ? total : total - 86399) / 86400;
+    const long long in_day = total - days * 86400;
+    const long long z = days + 719468;
+    const long long era = (z >= 0 ? z : z - 146096) / 146097;
+    const long long doe = z - era * 146097;
+    const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const long long mp = (5 * doy + 2) / 153;
+    const long long month = mp < 10 ? mp + 3 : mp - 9;
+    const long long year = yoe + era * 400 + (month <= 2 ? 1 : 0);
+    std::string out =
+        format("%04lld-%02lld-%02lldT%02lld:%02lld:%02lld", year, month,
+               doy - (153 * mp + 2) / 5 + 1, in_day / 3600, in_day / 60 % 60, in_day % 60);
+    if (decimals > 0) {
+        out += format(".%0*lld", decimals, static_cast<long long>(ticks - whole * scale));
+    }
+    return out + "Z";
+}
+
+bool fail(const std::string& message) {
+    elog_log(0, "%s\n", message.c_str());
+    return false;
+}
+
+void complain(const std::string& message) { elog_complain(0, "%s\n", message.c_str()); }
+
+}  // namespace velorix::assoc

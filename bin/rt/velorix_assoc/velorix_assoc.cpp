@@ -1,0 +1,142 @@
+// velorix-assoc: picks and grid files in, a catalogue of events out.
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "associator.h"
+#include "options.h"
+#include "output.h"
+#include "parameters.h"
+#include "pick_stream.h"
+#include "platform/elog/elog.h"
+#include "report.h"
+#include "text.h"
+
+using namespace velorix::assoc;
+
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+void interrupt(int) { interrupted = 1; }
+
+bool load(const Options& options, ParameterFile& file, ProgramRules& rules, GridSet& grids) {
+    if (!options.parameter_file.empty() &&
+        pfread(options.parameter_file.c_str(), &file.root) != 0) {
+        return false;
+    }
+    if (!read_program_rules(file, rules)) return false;
+    if (!grids.load(options.grids, file, options.threads)) return false;
+    std::vector<std::string> names;
+    for (const SearchGrid& grid : grids.grids()) names.push_back(grid.name);
+    complain_unknown_keys(file, names);
+    return true;
+}
+
+int show(const ProgramRules& rules, const GridSet& grids) {
+    std::fputs(show_program_rules(rules).c_str(), stdout);
+    for (const SearchGrid& grid : grids.grids()) {
+        std::fputs(show_grid_rules(grid.name, *grid.search, grid.rules).c_str(), stdout);
+    }
+    return std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+// Stations that never have a pick are not at work.
+void mark_alive(const PickSurvey& survey, GridSet& grids) {
+    for (const auto& [name, count] : survey.stations) {
+        Pick pick;
+        pick.network = name.substr(0, name.find('.'));
+        pick.station = name.substr(name.find('.') + 1);
+        for (SearchGrid& grid : grids.grids()) {
+            const int station = grid.station_of(pick);
+            if (station >= 0) grid.alive[static_cast<size_t>(station)] = 1;
+        }
+    }
+}
+
+double longest_window(const GridSet& grids) {
+    double window = 0.0;
+    for (const SearchGrid& grid : grids.grids()) window = std::max(window, grid.rules.window);
+    return window;
+}
+
+bool associate(const Options& options, PickStream& stream, Associator& associator,
+               std::vector<Trial>& trials, double window) {
+    const PickSurvey& survey = stream.survey();
+    Progress progress(!options.quiet, survey.first, survey.last, survey.used());
+    associator.on_event = [&](const Event& event) {
+        if (!options.verbose) return;
+        progress.clear();
+        std::fprintf(stderr, "%s\n", event_line(event).c_str());
+    };
+    associator.on_trial = [&](const Trial& trial) {
+        if (options.explain && std::abs(trial.time - *options.explain) <= window) {
+            trials.push_back(trial);
+        }
+    };
+    for (Pick pick; !interrupted && stream.next(pick);) {
+        const double time = pick.time;
+        if (!associator.add(std::move(pick))) return false;
+        progress.update(time, associator.events().size());
+    }
+    return associator.finish();
+}
+
+int run(const Options& options) {
+    ParameterFile file;
+    ProgramRules rules;
+    GridSet grids;
+    if (!load(options, file, rules, grids)) return 1;
+    if (options.show_parameters) return show(rules, grids);
+    PickStream stream;
+    if (!stream.open(options.stream)) return 1;
+    mark_alive(stream.survey(), grids);
+    if (rules.labels_automatic && stream.survey().label_s == 0 && stream.survey().label_p > 0) {
+        rules.labels = Labels::p_first;
+    }
+    if (!options.quiet) {
+        std::fputs(opening(stream.survey(), grids, rules.labels).c_str(), stderr);
+    }
+    std::vector<Trial> trials;
+    Associator associator(grids, rules);
+    if (!associate(options, stream, associator, trials, longest_window(grids))) return 1;
+    name_events(associator.events());
+    if (interrupted) complain("interrupted; the events found so far follow");
+    if (!options.quiet) std::fputs(closing(associator, stream).c_str(), stderr);
+    if (options.explain) {
+        std::fputs(
+            explanation(*options.explain, 0.5 * longest_window(grids), associator.events(), trials)
+                .c_str(),
+            stderr);
+    }
+    const auto files = documents(associator.events(), options.format);
+    return (options.out.empty() ? print_documents(files) : write_documents(files, options.out)) ? 0
+                                                                                                : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    elog_init(argc, argv);
+    Options options;
+    try {
+        switch (parse_options(argc, argv, options)) {
+            case Parsed::done:
+                return 0;
+            case Parsed::wrong:
+                return 1;
+            case Parsed::run:
+                break;
+        }
+        std::signal(SIGINT, interrupt);
+        std::signal(SIGTERM, interrupt);
+        return run(options);
+    } catch (const std::bad_alloc&) {
+        elog_log(0, "velorix-assoc: out of memory\n");
+    } catch (const std::exception& error) {
+        elog_log(0, "velorix-assoc: %s\n", error.what());
+    }
+    return 1;
+}
