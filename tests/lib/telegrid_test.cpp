@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <map>
 #include <numbers>
 #include <set>
@@ -15,6 +16,7 @@
 
 #include "cells.h"
 #include "geodesic_mesh.h"
+#include "laid_out_grid.h"
 #include "platform/geodesy/geodesy.h"
 #include "selection.h"
 #include "table_file.h"
@@ -163,6 +165,21 @@ TEST(Telegrid, DeepLayersLieWhereSlabsAre) {
     // Refined along a ridge, the coarse mesh alone within a craton.
     EXPECT_GT(records_near(0.0, -25.0, 1.0, 15.0), 20) << "equatorial Mid-Atlantic ridge";
     EXPECT_LT(records_near(58.0, -100.0, 1.0, 15.0), 6) << "central Canada";
+}
+
+TEST(Telegrid, IsWhatAGridIsBuiltFrom) {
+    const auto pf = velorix_test::parameters("method='tttaup'\nmodel='ak135'\ncompute_P=true\n");
+    const auto grid = velorix_test::grid_with_stations({{"A", 1.0, 2.0}});
+    ASSERT_EQ(velorix_setup_fromsourcearray_grid(grid.get(), "global", telegrid_20km_n,
+                                                 telegrid_20km_sources, pf.get()),
+              0);
+    EXPECT_EQ(grid->nn, 170899);
+    EXPECT_EQ(grid->nh, 170899);
+    EXPECT_EQ(grid->ttsize, 170899 * 4);
+    velorix_test::Heap heap;
+    ASSERT_GT(heap.pack(grid.get()), 0);
+    const auto in_heap = static_cast<size_t>(384 + grid->stsize + grid->dpsize);
+    EXPECT_EQ(std::memcmp(heap.bytes + in_heap, telegrid_20km_sources, kRecords.size_bytes()), 0);
 }
 
 TEST(TelegridMesh, MatchesItsGeometry) {
