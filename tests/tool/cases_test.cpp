@@ -1,6 +1,8 @@
 // Runs the command-line cases of the folder cases: what a user types, and all that comes back.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "case_file.h"
 #include "support/temp_file.h"
 #include "velorix.h"
@@ -53,6 +55,25 @@ TEST_P(CommandLineCase, BehavesAsWritten) {
         EXPECT_EQ(grid_names(finished.out), *c.grids);
     } else {
         EXPECT_EQ(finished.out, c.out);
+    }
+}
+
+/// The diagnostics among the lines that a run of the tool writes.
+std::vector<std::string> diagnostics(const Case& c) {
+    std::vector<std::string> lines;
+    std::istringstream in(c.err);
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with("velorix: ")) lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST(ErrorPage, HoldsEveryMessageOfTheCases) {
+    const std::string page = read_file(VELORIX_SOURCE_DIR "/docs/errors.md");
+    for (const Case& c : read_cases(VELORIX_CASES)) {
+        for (const std::string& line : diagnostics(c)) {
+            EXPECT_NE(page.find('`' + line + '`'), std::string::npos) << c.name << ": " << line;
+        }
     }
 }
 
