@@ -1,8 +1,5 @@
 // The travel-time pass: one function per table shape.
 #include <algorithm>
-#include <cstring>
-#include <new>
-#include <string>
 
 #include "platform/elog/elog.h"
 #include "platform/geodesy/geodesy.h"
@@ -23,9 +20,9 @@ class Pass {
     Pass(Velorix& grid, velorix_progress callback)
         : grid_(grid),
           callback_(callback),
-          name_(name_text(grid.name)),
-          method_(name_text(grid.method)),
-          model_(name_text(grid.model)) {}
+          name_(grid.name),
+          method_(grid.method),
+          model_(grid.model) {}
 
     bool general_mesh();
     bool regular_mesh();
@@ -37,14 +34,14 @@ class Pass {
     void sample_distances(double mind, double ddist);
     bool sample_times(double mind, double ddist);
     void report(int genmode, double lat, double lon, double depth, double percent) const {
-        if (callback_) callback_(name_.c_str(), genmode, lat, lon, depth, percent);
+        if (callback_) callback_(name_.text, genmode, lat, lon, depth, percent);
     }
 
     Velorix& grid_;
     velorix_progress callback_;
-    const std::string name_;
-    const std::string method_;
-    const std::string model_;
+    const NameText name_;
+    const NameText method_;
+    const NameText model_;
     Tbl* times_ = nullptr;  // the calculator's answer, owned by its state
 };
 
@@ -78,7 +75,7 @@ TTPoint point(double lat, double lon, double z) {
 
 // Asks the calculator for one pair and stores its first P and first S.
 bool Pass::store(const TTGeometry& geometry, double distance, int64_t entry, const char* station) {
-    if (ttcalc(method_.c_str(), model_.c_str(), "P,S", 0, &geometry, &times_, &hook) < 0) {
+    if (ttcalc(method_.text, model_.text, "P,S", 0, &geometry, &times_, &hook) < 0) {
         elog_log(0, "velorix_compute_travel_times: ttcalc() error.\n");
         return false;
     }
@@ -114,7 +111,8 @@ bool Pass::position(const Source& source, double depth, int64_t first_entry) {
 bool Pass::general_mesh() {
     const Progress progress(int64_t{grid_.ns} * grid_.nn - 1);
     int64_t entry = 0;
-    for (const Source& source : sources(grid_)) {
+    for (int32_t node = 0; node < grid_.nn; ++node) {
+        const Source& source = grid_.sources[node];
         if (!position(source, source.depth, entry)) return false;
         entry += grid_.ns;
         report(1, source.lat, source.lon, source.depth, progress.percent(entry));
@@ -137,18 +135,21 @@ bool Pass::regular_mesh() {
     return true;
 }
 
-// The nearest distance sample of every position and station.
+// The nearest distance sample, halves rounded up. REQUIRES: last >= 0. A NaN counts as 0.
+uint16_t nearest_sample(double distance, double mind, double ddist, int32_t last) {
+    if (!(ddist > 0.0)) return 0;
+    const double sample = (distance - mind) / ddist + 0.5;
+    if (!(sample > 0.0)) return 0;
+    return static_cast<uint16_t>(std::min(sample, static_cast<double>(last)));
+}
+
 void Pass::sample_distances(double mind, double ddist) {
-    const int64_t last = grid_.ndist - 1;
+    const int32_t last = std::max(grid_.ndist - 1, 0);
     int64_t entry = 0;
     for (const Source& source : sources(grid_)) {
         for (const Station& station : stations(grid_)) {
-            int64_t sample = 0;
-            if (ddist > 0.0)
-                sample =
-                    static_cast<int64_t>((degrees_between(station, source) - mind) / ddist + 0.5);
             grid_.ttoffsets[entry++] =
-                static_cast<uint16_t>(std::clamp<int64_t>(sample, 0, std::max<int64_t>(last, 0)));
+                nearest_sample(degrees_between(station, source), mind, ddist, last);
         }
     }
 }
@@ -192,10 +193,5 @@ bool compute(Velorix& grid, velorix_progress callback) {
 }  // namespace velorix
 
 extern "C" int velorix_compute_travel_times(Velorix* grid, velorix_progress callback) {
-    try {
-        return velorix::compute(*grid, callback) ? 0 : -1;
-    } catch (const std::bad_alloc&) {
-        elog_log(1, "velorix_compute_travel_times: malloc() error.\n");
-        return -1;
-    }
+    return velorix::compute(*grid, callback) ? 0 : -1;
 }

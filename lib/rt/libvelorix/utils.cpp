@@ -1,5 +1,7 @@
 // Names and extremes of a grid.
+#include <algorithm>
 #include <cstring>
+#include <span>
 
 #include "platform/elog/elog.h"
 #include "platform/geodesy/geodesy.h"
@@ -56,7 +58,8 @@ extern "C" int velorix_get_minmax_distance(const Velorix* grid, double* mindista
                                            double* maxdistance) {
     using velorix::radians;
     bool first = true;
-    for (const Source& source : velorix::sources(*grid)) {
+    const auto count = static_cast<size_t>(std::max(grid->srsize, 0)) / sizeof(Source);
+    for (const Source& source : std::span(grid->sources, grid->sources ? count : 0)) {
         for (const Station& station : velorix::stations(*grid)) {
             double delta = 0.0;
             dist(radians(station.lat), radians(station.lon), radians(source.lat),

@@ -110,7 +110,9 @@ typedef void (*velorix_progress)(const char* name, int genmode, double lat, doub
 /**
  * A new grid record with its defaults: magic set, mode and type -1, counts and sizes 0, names
  * empty, the seven geometric doubles -999.0, every pointer null. Release it with velorix_free.
- * @return the record, or null after "velorix_new: malloc() error.\n"
+ * Station set-up and builders want a record of this call: they replace (and release) what an
+ * earlier call put into it.
+ * @return the record, or null after "velorix_new: malloc() error.\n" (with the system's error text)
  */
 Velorix* velorix_new(void);
 
@@ -123,14 +125,21 @@ Velorix* velorix_new(void);
  *                          needed, released by the caller with free
  * @param[out]    nbytes    size of the heap, bytes
  * @param[in,out] heap_size capacity of the buffer, bytes; 0 at first
- * @return the heap's size; -1 after a logged line (memory, or a size beyond 2147483647 bytes)
+ * The header in the heap keeps the presence markers, and addresses of this process that a reader
+ * ignores. Packing is done once per record; a caller that reuses the buffer for the next grid has
+ * written this one before.
+ * @return the heap's size; -1 after a logged line: a size beyond 2147483647 bytes (buffer, capacity
+ * and record as they were), no memory for a new buffer (`*heap` is null), or no memory to grow it
+ * (the old buffer is released, `*heap` null, `*heap_size` 0)
  */
 int velorix_create_heap(Velorix* grid, char** heap, int32_t* nbytes, int32_t* heap_size);
 
 /**
  * Releases a record of velorix_new or of the heap readers with everything it owns: stations,
  * depths, sources, station map and, for a record read back, its share of the mapped file or buffer.
- * A heap made by velorix_create_heap stays the caller's. Null is fine.
+ * A heap made by velorix_create_heap stays the caller's. The record may be in any state, also after
+ * a failed call. Null is fine. Records of one file may be released in any order; the last one
+ * unmaps the file.
  */
 void velorix_free(Velorix* grid);
 
@@ -138,20 +147,26 @@ void velorix_free(Velorix* grid);
 
 /**
  * Reads every heap of a grid file into usable records: table pointers set, station map rebuilt.
- * The file is mapped privately, not copied. Every count, size, offset and index is checked against
- * the bytes that are there.
- * @param[in]  path  file name
- * @param[out] grids list of Velorix*, in file order; release with freetbl(grids, velorix_release)
- * @return the number of grids; -1 after a logged line that names the file, the byte and what is
- * wrong
+ * A regular file is mapped privately, not copied (do not shorten it while it is in use); pipes and
+ * standard input are read into memory. Every count, size, offset and index is checked against the
+ * bytes that are there, and no byte may be left over: one faulty grid refuses the file. Writing to
+ * a record's arrays changes the process's copy only.
+ * @param[in]  path  file name; "-" reads standard input
+ * @param[out] grids list of one Velorix* or more, in file order; null on failure. Release it with
+ *                   freetbl(grids, velorix_release)
+ * @return the number of grids; -1 after a logged line, "velorix_read_file: <path>: byte <n>: ..."
+ * for a fault of the contents, else the failed call with the system's error text
  */
 int velorix_read_file(const char* path, Tbl** grids);
 
 /**
- * As velorix_read_file, from a buffer that stays the caller's and must outlive the records.
- * @param[in] buffer bytes of one or more heaps, aligned to 8 bytes
- * @param[in] nbytes number of bytes
- * @param[in] label  stands for the file name in messages
+ * As velorix_read_file, from a buffer that stays the caller's and must outlive the records. The
+ * records' arrays lie in it; the buffer itself is not changed.
+ * @param[in]  buffer bytes of one or more heaps, aligned to 8 bytes
+ * @param[in]  nbytes number of bytes
+ * @param[in]  label  stands for the file name in messages
+ * @param[out] grids  as for velorix_read_file
+ * @return the number of grids; -1 after a logged line, also for a buffer that is not aligned
  */
 int velorix_read_buffer(void* buffer, uint64_t nbytes, const char* label, Tbl** grids);
 
@@ -162,28 +177,54 @@ void velorix_release(void* grid);
 
 /**
  * Chooses a grid's stations from the `site` table of a station database and fills ns, stsize,
- * stations and sta_arr.
- * @param[in,out] grid   a fresh record
+ * stations and sta_arr. A row is valid on its ondate, its offdate and the days between.
+ *  - `stations` given: the stations of the list, in its order, each by its first row in the table
+ *    that is valid on the day; for "all" by its row of greatest ondate (the first of equals). A
+ *    station without such a row is complained of and left out; a name that comes twice is a
+ * failure.
+ *  - no list, a day: every row valid on the day, in table order; two of one station are a failure.
+ *  - no list, "all": every station once, in the order of first rows, by its last row.
+ * @param[in,out] grid   a record of velorix_new
  * @param[in]     dbname station database, as dbopen takes it
- * @param[in]     pf     the grid's parameters: `time` (a time string or "all"; absent: today) and
- *                       `stations` (list of codes; absent: all)
- * @return 0, or -1 after a logged line
+ * @param[in]     pf     the grid's parameters: `time` (a time string or exactly "all"; absent:
+ *                       today) and `stations` (list of codes; absent: all)
+ * @return 0; -1 after a logged line: a parameter, the database or a row cannot be read, a time
+ * cannot be decoded, a code is longer than 15 characters, a station comes twice, none is left, no
+ * memory. The record then has no stations (untouched when the failure came before the choice);
+ * sta_arr holds what had been chosen, without stations behind it, and is released with the record.
  */
 int velorix_setup_stations(Velorix* grid, const char* dbname, Pf* pf);
 
-/* ---- Builders: each lays out the nodes of a record whose stations are set ---- */
+/*
+ * ---- Builders: each lays out the nodes of a record whose stations are set ----
+ *
+ * They fill mode, type, counts, sizes, geometry, names, sources and depths, and put the presence
+ * marker, the address 1, into the pointer of each table that the grid is to carry (P_times,
+ * S_times, distances, ttoffsets; null: not carried); velorix_create_heap turns the markers into
+ * tables. All read the parameters `method` and `model` (both required, for the calculator) and
+ * `compute_P`, `compute_S` (booleans, at least one true), and complain of keys that nobody reads. A
+ * table or array beyond 2147483647 bytes is refused. After a failure the record is to be released.
+ */
 
 /** A rotated regular mesh about a reference point ("edp"). 0, or -1 after a logged line. */
 int velorix_setup_edp_grid(Velorix* grid, const char* name, Pf* pf);
 /** Rings of nodes from a mesh in slowness space ("slow"). 0, or -1 after a logged line. */
 int velorix_setup_slowness_grid(Velorix* grid, const char* name, Pf* pf);
-/** Positions from the coordinates file of key `coords_file` ("file"). 0, or -1 after a logged line.
+/**
+ * Positions from a coordinates file ("file"): one node a line, "latitude longitude [depth]" in
+ * degrees and km, depth 0 when absent; a line that does not start with two numbers is skipped, a
+ * blank one is a failure. Reads `coords_file` (required) and `compute_distances` (boolean).
+ * @param[in,out] grid a record of velorix_new with its stations set
+ * @param[in]     name the grid's name; its first 64 bytes are kept
+ * @param[in]     pf   the grid's parameters
+ * @return 0, also for a file without nodes; -1 after a logged line, also for a point that is not
+ * finite or has |latitude| > 90 or |longitude| > 360
  */
 int velorix_setup_readfromfile_grid(Velorix* grid, const char* name, Pf* pf);
 /**
- * Positions from an array, copied ("utele").
- * @param[in] nsrc number of positions
- * @param[in] srcs [nsrc]
+ * Positions from an array, copied in order ("utele"). Reads `compute_distances` (boolean).
+ * @param[in] nsrc number of positions, 0 or more
+ * @param[in] srcs [nsrc], taken as they are; may be null when nsrc is 0
  * @return 0, or -1 after a logged line
  */
 int velorix_setup_fromsourcearray_grid(Velorix* grid, const char* name, int nsrc,
@@ -193,9 +234,16 @@ int velorix_setup_fromsourcearray_grid(Velorix* grid, const char* name, int nsrc
 
 /**
  * Fills the tables of a packed grid: first P and first S from every node to every station, and the
- * distances where the grid carries them.
- * @param[in] callback progress function, or null
- * @return 0, or -1 after a logged line
+ * distances where the grid carries them. Of the calculator's arrivals, by increasing time, the
+ * first P is the first whose phase does not end in S, the first S the first that neither starts nor
+ * ends in P; beyond 102 degrees diffracted P and sPdiff do not count. When none qualifies the last
+ * arrival is taken. Nothing is allocated once the calculator has its model.
+ * @param[in,out] grid     a packed record; only its tables are written
+ * @param[in]     callback progress function, or null; called after each node of a general mesh,
+ * each position of a depth layer, each sample of a distance table
+ * @return 0; -1 after a logged line: unknown mode, a failure of the calculator, or a pair without
+ * any arrival (the line names node and station). Entries before the failing one are filled, the
+ * others stay as they were.
  */
 int velorix_compute_travel_times(Velorix* grid, velorix_progress callback);
 

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/elog/elog.h"
+#include "support/c_array.h"
 
 namespace {
 
@@ -33,14 +34,14 @@ constexpr Column kColumns[] = {{"lat", &Coords::lat},
                                {"prob", &Coords::prob}};
 
 CoordsPtr new_coords() {
-    CoordsPtr coords(static_cast<Coords*>(std::calloc(1, sizeof(Coords))));
+    CoordsPtr coords(static_cast<Coords*>(velorix::c_allocate(sizeof(Coords))));
     if (!coords) {
         elog_log(1, "read_coords: malloc(Coords,%ld) error.\n", static_cast<long>(sizeof(Coords)));
         return nullptr;
     }
     constexpr size_t bytes = kFirstCapacity * sizeof(double);
     for (const Column& column : kColumns) {
-        auto* values = static_cast<double*>(std::malloc(bytes));
+        auto* values = static_cast<double*>(velorix::c_allocate(bytes));
         if (!values) {
             elog_log(1, "read_coords: malloc(%s,%ld) error.\n", column.name,
                      static_cast<long>(bytes));
@@ -56,7 +57,7 @@ bool grow(Coords& coords) {
     const int capacity = static_cast<int>(coords.size * kGrowth);
     const size_t bytes = static_cast<size_t>(capacity) * sizeof(double);
     for (const Column& column : kColumns) {
-        auto* values = static_cast<double*>(std::realloc(coords.*column.values, bytes));
+        auto* values = static_cast<double*>(velorix::c_reallocate(coords.*column.values, bytes));
         if (!values) {
             elog_log(1, "read_coords: realloc(%s,%ld) error.\n", column.name,
                      static_cast<long>(bytes));
@@ -82,6 +83,22 @@ void skip_blanks(std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
 }
 
+bool is_letter(const char* at, const char* last, char lower) {
+    return at != last && (*at | 0x20) == lower;
+}
+
+// Where scanf goes on behind a number that from_chars ended at `end`: it takes the start of an
+// exponent without digits along, knows no payload of a nan, and fails on half of "infinity".
+const char* end_of_number(const char* first, const char* end, const char* last, char exponent) {
+    constexpr int short_name = 3;  // "inf", "nan"
+    if (is_letter(first, last, 'n')) return first + short_name;
+    if (is_letter(first, last, 'i'))
+        return end - first == short_name && is_letter(end, last, 'i') ? nullptr : end;
+    if (!is_letter(end, last, exponent)) return end;
+    ++end;
+    return end != last && (*end == '+' || *end == '-') ? end + 1 : end;
+}
+
 // One number as "%lf" takes it in the C locale: sign, decimal or hexadecimal, inf, nan.
 bool scan_number(std::string_view& text, double& value) {
     skip_blanks(text);
@@ -103,8 +120,10 @@ bool scan_number(std::string_view& text, double& value) {
     } else if (result.ec != std::errc{}) {
         return false;
     }
+    const char* end = end_of_number(first, result.ptr, last, hexadecimal ? 'p' : 'e');
+    if (!end) return false;
     value = negative ? -magnitude : magnitude;
-    text.remove_prefix(static_cast<size_t>(result.ptr - text.data()));
+    text.remove_prefix(static_cast<size_t>(end - text.data()));
     return true;
 }
 

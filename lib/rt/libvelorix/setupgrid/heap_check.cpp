@@ -25,6 +25,10 @@ __attribute__((format(printf, 3, 4))) bool fault(const HeapPlace& place, uint64_
     va_start(arguments, format);
     std::vsnprintf(what, sizeof what, format, arguments);
     va_end(arguments);
+    // Names and codes come from the file: nothing of them may reach a terminal as a command.
+    for (char* c = what; *c; ++c) {
+        if (static_cast<unsigned char>(*c) < ' ' || *c == 0x7f) *c = '?';
+    }
     elog_log(0, "velorix_read_file: %s: byte %llu: %s\n", place.label,
              static_cast<unsigned long long>(place.offset + byte), what);
     return false;
@@ -88,6 +92,9 @@ bool check_sizes(const Velorix& grid, const HeapPlace& place) {
         {"nh", offsetof(Velorix, nh), grid.nh, nh},
         {"nn", offsetof(Velorix, nn), grid.nn, general ? nh : product(nh, grid.nd)},
         {"nd", offsetof(Velorix, nd), grid.nd, general ? 1 : grid.nd},
+        {"ny", offsetof(Velorix, ny), grid.ny, general ? 0 : grid.ny},
+        {"nx", offsetof(Velorix, nx), grid.nx, general ? 0 : grid.nx},
+        {"ndist", offsetof(Velorix, ndist), grid.ndist, table ? grid.ndist : 0},
         {"dpsize", offsetof(Velorix, dpsize), grid.dpsize, product(grid.nd, 8)},
         {"dssize", offsetof(Velorix, dssize), grid.dssize, dssize},
         {"ttsize", offsetof(Velorix, ttsize), grid.ttsize, ttsize},

@@ -4,6 +4,7 @@
 
 #include "platform/elog/elog.h"
 #include "setupgrid/heap_layout.h"
+#include "support/c_array.h"
 #include "support/grid_view.h"
 
 namespace {
@@ -29,11 +30,11 @@ bool sizes_are_sane(const Velorix& grid) {
 bool provide(char** heap, int32_t* heap_size, int32_t size) {
     const auto bytes = static_cast<size_t>(size);
     if (!*heap || *heap_size == 0) {
-        *heap = static_cast<char*>(std::malloc(bytes));
+        *heap = static_cast<char*>(velorix::c_reallocate(nullptr, bytes));
         if (!*heap) return elog_log(1, "velorix_create_heap: malloc() error.\n"), false;
         *heap_size = size;
     } else if (*heap_size < size) {
-        char* grown = static_cast<char*>(std::realloc(*heap, bytes));
+        char* grown = static_cast<char*>(velorix::c_reallocate(*heap, bytes));
         if (!grown) {
             elog_log(1, "velorix_create_heap: realloc() error.\n");
             std::free(*heap);
@@ -47,8 +48,14 @@ bool provide(char** heap, int32_t* heap_size, int32_t size) {
     return true;
 }
 
+// An array that is not there is written as zeros, so that no old memory reaches a file.
 char* append(char* to, const void* from, int32_t bytes) {
-    if (from && bytes > 0) std::memcpy(to, from, static_cast<size_t>(bytes));
+    const auto count = static_cast<size_t>(bytes);
+    if (from) {
+        std::memcpy(to, from, count);
+    } else {
+        std::memset(to, 0, count);
+    }
     return to + bytes;
 }
 

@@ -27,12 +27,15 @@ struct ReleaseGrids {
     void operator()(Tbl* grids) const { freetbl(grids, velorix_release); }
 };
 using Grids = std::unique_ptr<Tbl, ReleaseGrids>;
+struct ReleaseGrid {
+    void operator()(OwnedGrid* grid) const { velorix_free(grid); }
+};
+using GridPtr = std::unique_ptr<OwnedGrid, ReleaseGrid>;
 
 /// Bytes of a file, mapped or read; released with the last grid that points into them.
 class FileBytes : public Backing {
   public:
-    FileBytes(void* bytes, size_t size, bool mapped)
-        : bytes_(bytes), size_(size), mapped_(mapped) {}
+    FileBytes() = default;
     ~FileBytes() override {
         if (mapped_) {
             munmap(bytes_, size_);
@@ -42,33 +45,41 @@ class FileBytes : public Backing {
     }
     FileBytes(const FileBytes&) = delete;
     FileBytes& operator=(const FileBytes&) = delete;
+    void hold(void* bytes, size_t size, bool mapped) {
+        bytes_ = bytes;
+        size_ = size;
+        mapped_ = mapped;
+    }
     char* bytes() const { return static_cast<char*>(bytes_); }
     size_t size() const { return size_; }
 
   private:
-    void* bytes_;
-    size_t size_;
-    bool mapped_;
+    void* bytes_ = nullptr;
+    size_t size_ = 0;
+    bool mapped_ = false;
 };
 
 /// Marks a record whose bytes stay the caller's.
 class CallersBytes : public Backing {};
 
 std::shared_ptr<FileBytes> map_file(int descriptor, size_t size, const char* path) {
+    auto file = std::make_shared<FileBytes>();
     void* bytes =
         mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_NORESERVE, descriptor, 0);
     if (bytes == MAP_FAILED) {
         elog_log(1, "velorix_read_file: mmap(%s) error.\n", path);
         return nullptr;
     }
-    return std::make_shared<FileBytes>(bytes, size, true);
+    file->hold(bytes, size, true);
+    return file;
 }
 
 // Pipes and standard input cannot be mapped; they are read into memory.
 std::shared_ptr<FileBytes> read_stream(int descriptor, const char* path) {
+    auto file = std::make_shared<FileBytes>();
     size_t size = 0;
     size_t capacity = size_t{1} << 20;
-    CArray<char> bytes(static_cast<char*>(std::malloc(capacity)));
+    CArray<char> bytes(static_cast<char*>(c_reallocate(nullptr, capacity)));
     while (bytes) {
         const ssize_t got = read(descriptor, bytes.get() + size, capacity - size);
         if (got < 0 && errno == EINTR) continue;
@@ -76,17 +87,19 @@ std::shared_ptr<FileBytes> read_stream(int descriptor, const char* path) {
             elog_log(1, "velorix_read_file: read(%s) error.\n", path);
             return nullptr;
         }
-        if (got == 0) return std::make_shared<FileBytes>(bytes.release(), size, false);
+        if (got == 0) {
+            file->hold(bytes.release(), size, false);
+            return file;
+        }
         size += static_cast<size_t>(got);
         if (size < capacity) continue;
         capacity *= 2;
-        char* grown = static_cast<char*>(std::realloc(bytes.get(), capacity));
+        char* grown = static_cast<char*>(c_reallocate(bytes.get(), capacity));
         if (!grown) break;
         static_cast<void>(bytes.release());
         bytes.reset(grown);
     }
-    elog_log(1, "velorix_read_file: malloc() error.\n");
-    return nullptr;
+    throw std::bad_alloc();
 }
 
 std::shared_ptr<FileBytes> bytes_of(const char* path) {
@@ -133,11 +146,12 @@ void set_pointers(Velorix& grid, char* heap) {
 }
 
 // One heap at `offset`; null after a logged line.
-std::unique_ptr<OwnedGrid> read_heap(char* bytes, uint64_t nbytes, uint64_t offset,
-                                     const char* label) {
+GridPtr read_heap(char* bytes, uint64_t nbytes, uint64_t offset, const char* label,
+                  const std::shared_ptr<Backing>& backing) {
     const HeapPlace place{label, offset};
-    std::unique_ptr<OwnedGrid> grid(new_owned_grid());
+    GridPtr grid(new_owned_grid());
     if (!grid) throw std::bad_alloc();
+    grid->backing = backing;
     if (!read_header(bytes + offset, nbytes - offset, place, *grid)) return nullptr;
     set_pointers(*grid, bytes + offset);
     Arr* map = nullptr;
@@ -146,8 +160,8 @@ std::unique_ptr<OwnedGrid> read_heap(char* bytes, uint64_t nbytes, uint64_t offs
     return grid;
 }
 
-int read_all(char* bytes, uint64_t nbytes, const char* label, std::shared_ptr<Backing> backing,
-             Tbl** grids) {
+int read_all(char* bytes, uint64_t nbytes, const char* label,
+             const std::shared_ptr<Backing>& backing, Tbl** grids) {
     if (nbytes == 0) {
         elog_log(0, "velorix_read_file: %s: byte 0: the file is empty.\n", label);
         return -1;
@@ -155,9 +169,8 @@ int read_all(char* bytes, uint64_t nbytes, const char* label, std::shared_ptr<Ba
     Grids list(newtbl(4));
     if (!list) throw std::bad_alloc();
     for (uint64_t offset = 0; offset < nbytes;) {
-        auto grid = read_heap(bytes, nbytes, offset, label);
+        GridPtr grid = read_heap(bytes, nbytes, offset, label, backing);
         if (!grid) return -1;
-        grid->backing = backing;
         offset += static_cast<uint64_t>(grid->size);
         Velorix* record = grid.get();
         if (settbl(list.get(), -1, record) < 0) throw std::bad_alloc();

@@ -13,8 +13,21 @@
 namespace velorix {
 namespace {
 
-constexpr const char* kFileBuilder = "velorix_setup_readfromfile_grid";
-constexpr const char* kArrayBuilder = "velorix_setup_fromsourcearray_grid";
+/// What the two builders say when a step that they share fails.
+struct Builder {
+    const char* name;
+    const char* bad_param;
+    const char* no_times;
+    const char* no_memory;
+};
+constexpr Builder kFileBuilder{"velorix_setup_readfromfile_grid",
+                               "velorix_setup_readfromfile_grid: parse_param() error.\n",
+                               "velorix_setup_readfromfile_grid: Must compute P or S times.\n",
+                               "velorix_setup_readfromfile_grid: malloc() error.\n"};
+constexpr Builder kArrayBuilder{"velorix_setup_fromsourcearray_grid",
+                                "velorix_setup_fromsourcearray_grid: parse_param() error.\n",
+                                "velorix_setup_fromsourcearray_grid: Must compute P or S times.\n",
+                                "velorix_setup_fromsourcearray_grid: malloc() error.\n"};
 
 struct FreeCoords {
     void operator()(Coords* coords) const { coords_free(coords); }
@@ -26,46 +39,43 @@ struct Calculator {
     Text model;
 };
 
-bool bad_param(const char* who) {
-    elog_log(0, "%s: parse_param() error.\n", who);
+bool failed(int flag, const char* message) {
+    elog_log(flag, "%s", message);
     return false;
 }
 
-bool read_calculator(const char* who, Pf* pf, Calculator& calculator) {
+bool read_calculator(const Builder& builder, Pf* pf, Calculator& calculator) {
     if (parse_param(pf, "method", PF_STRING, 1, out(calculator.method)) < 0 ||
         parse_param(pf, "model", PF_STRING, 1, out(calculator.model)) < 0) {
-        return bad_param(who);
+        return failed(0, builder.bad_param);
     }
     return true;
 }
 
-bool read_wanted(const char* who, Pf* pf, Velorix& grid) {
+bool read_wanted(const Builder& builder, Pf* pf, Velorix& grid) {
     Wanted wanted;
     if (parse_param(pf, "compute_P", PF_BOOLEAN, 0, &wanted.P) < 0 ||
         parse_param(pf, "compute_S", PF_BOOLEAN, 0, &wanted.S) < 0) {
-        return bad_param(who);
+        return failed(0, builder.bad_param);
     }
     mark_times(grid, wanted);
-    if (!wanted.P && !wanted.S) {
-        elog_log(0, "%s: Must compute P or S times.\n", who);
-        return false;
-    }
+    if (!wanted.P && !wanted.S) return failed(0, builder.no_times);
     if (parse_param(pf, "compute_distances", PF_BOOLEAN, 0, &wanted.distances) < 0)
-        return bad_param(who);
+        return failed(0, builder.bad_param);
     mark_distances(grid, wanted);
     return true;
 }
 
 // Counts, sizes and the arrays for `count` positions; false after a logged line.
-bool make_room(const char* who, Velorix& grid, int count) {
+bool make_room(const Builder& builder, Velorix& grid, int count) {
     grid.nx = 0;
     grid.ny = 0;
     grid.nd = 1;
     grid.nn = count;
     grid.nh = count;
     const int64_t srsize = int64_t{count} * static_cast<int64_t>(sizeof(Source));
-    if (!pair_table_size(who, count, grid.ns, grid.ttsize) ||
-        !fits_size_field(who, "the position array", srsize)) {
+    if (!pair_table_size(builder.name, count, grid.ns, grid.ttsize) ||
+        !fits_size_field(builder.name, "the position array", srsize)) {
         return false;
     }
     grid.dpsize = static_cast<int32_t>(sizeof(double));
@@ -73,19 +83,16 @@ bool make_room(const char* who, Velorix& grid, int count) {
     if (grid.distances) grid.dssize = grid.ttsize;
     CArray<double> depths = make_c_array<double>(1);
     CArray<Source> sources = make_c_array<Source>(static_cast<size_t>(count));
-    if (!depths || !sources) {
-        elog_log(1, "%s: malloc() error.\n", who);
-        return false;
-    }
-    grid.depths = depths.release();
-    grid.sources = sources.release();
+    if (!depths || !sources) return failed(1, builder.no_memory);
+    replace_array(grid.depths, std::move(depths));
+    replace_array(grid.sources, std::move(sources));
     return true;
 }
 
 // Everything but the positions themselves.
-bool lay_out(const char* who, Velorix& grid, const char* name, int count, Pf* pf) {
+bool lay_out(const Builder& builder, Velorix& grid, const char* name, int count, Pf* pf) {
     Calculator calculator;
-    if (!read_calculator(who, pf, calculator)) return false;
+    if (!read_calculator(builder, pf, calculator)) return false;
     grid.mode = VELORIX_MODE_GENERAL;
     grid.type = VELORIX_TYPE_3D;
     grid.latr = 0.0;
@@ -93,7 +100,7 @@ bool lay_out(const char* who, Velorix& grid, const char* name, int count, Pf* pf
     grid.P_times = nullptr;
     grid.S_times = nullptr;
     grid.distances = nullptr;
-    if (!read_wanted(who, pf, grid) || !make_room(who, grid, count)) return false;
+    if (!read_wanted(builder, pf, grid) || !make_room(builder, grid, count)) return false;
     set_names(grid, name, calculator.method.get(), calculator.model.get());
     return true;
 }
@@ -105,8 +112,8 @@ bool is_position(double lat, double lon, double depth) {
 bool check_points(const Coords& coords, const char* filename) {
     for (int i = 0; i < coords.npoints; ++i) {
         if (is_position(coords.lat[i], coords.lon[i], coords.depth[i])) continue;
-        elog_log(0, "%s: %s: point %d (%g %g %g) is not a position.\n", kFileBuilder, filename,
-                 i + 1, coords.lat[i], coords.lon[i], coords.depth[i]);
+        elog_log(0, "velorix_setup_readfromfile_grid: %s: point %d (%g %g %g) is not a position.\n",
+                 filename, i + 1, coords.lat[i], coords.lon[i], coords.depth[i]);
         return false;
     }
     return true;
@@ -142,7 +149,7 @@ bool build_from_array(Velorix& grid, const char* name, int nsrc, const Source* s
                                     "compute_distances"};
     complain_unknown_keys(pf, name, keys);
     if (nsrc < 0 || (nsrc > 0 && !srcs)) {
-        elog_log(0, "%s: %d positions.\n", kArrayBuilder, nsrc);
+        elog_log(0, "velorix_setup_fromsourcearray_grid: no array of %d positions.\n", nsrc);
         return false;
     }
     if (!lay_out(kArrayBuilder, grid, name, nsrc, pf)) return false;
@@ -157,7 +164,7 @@ extern "C" int velorix_setup_readfromfile_grid(Velorix* grid, const char* name, 
     try {
         return velorix::build_from_file(*grid, name, pf) ? 0 : -1;
     } catch (const std::bad_alloc&) {
-        elog_log(1, "velorix_setup_readfromfile_grid: malloc() error.\n");
+        elog_log(1, "%s", velorix::kFileBuilder.no_memory);
         return -1;
     }
 }
@@ -167,7 +174,7 @@ extern "C" int velorix_setup_fromsourcearray_grid(Velorix* grid, const char* nam
     try {
         return velorix::build_from_array(*grid, name, nsrc, srcs, pf) ? 0 : -1;
     } catch (const std::bad_alloc&) {
-        elog_log(1, "velorix_setup_fromsourcearray_grid: malloc() error.\n");
+        elog_log(1, "%s", velorix::kArrayBuilder.no_memory);
         return -1;
     }
 }

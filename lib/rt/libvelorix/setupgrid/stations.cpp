@@ -173,7 +173,7 @@ bool fill_stations(Choice& choice, Velorix& grid) {
     }
     grid.ns = static_cast<int32_t>(count);
     grid.stsize = static_cast<int32_t>(bytes);
-    grid.stations = list.release();
+    replace_array(grid.stations, std::move(list));
     return true;
 }
 
@@ -194,8 +194,12 @@ bool selection_day(const char* time, long& day) {
     return true;
 }
 
+// A record that has been set up before starts afresh.
 bool make_map(Velorix& grid) {
     freearr(grid.sta_arr, nullptr);
+    replace_array(grid.stations, CArray<Station>());
+    grid.ns = 0;
+    grid.stsize = 0;
     grid.sta_arr = newarr(nullptr);
     if (!grid.sta_arr) elog_log(1, "velorix_setup_stations: newarr() error.\n");
     return grid.sta_arr != nullptr;

@@ -16,6 +16,14 @@ inline void set_name(char (&field)[VELORIX_NAME_SIZE], std::string_view text) {
     std::memcpy(field, text.data(), std::min(text.size(), sizeof field));
 }
 
+/// A field's text with a terminator, without allocation.
+struct NameText {
+    explicit NameText(const char (&field)[VELORIX_NAME_SIZE]) {
+        std::memcpy(text, field, sizeof field);
+    }
+    char text[VELORIX_NAME_SIZE + 1] = {};
+};
+
 /// The text of a field that may lack a terminator.
 inline std::string name_text(const char (&field)[VELORIX_NAME_SIZE]) {
     return {field, strnlen(field, sizeof field)};
