@@ -4,13 +4,12 @@
 #include <limits>
 #include <new>
 
+#include "grsubs/cluster_bound.h"
 #include "grsubs/cluster_sort.h"
 #include "platform/elog/elog.h"
 
 namespace velorix {
 namespace {
-
-constexpr double kLargestBonus = 0.9;
 
 // Reallocates by the message's rule: twice what is needed, so that a slowly growing event settles.
 template <class Resize>
@@ -33,7 +32,7 @@ void resize_points(ClusterScratch& scratch, size_t count) {
     scratch.bucket_end.resize(count + 1);
     scratch.value.resize(count);
     scratch.weight.resize(count);
-    scratch.weight_before.resize(count + 1);
+    scratch.most.resize(count);
     scratch.group.resize(count);
     scratch.subgroup.resize(count);
     scratch.member.resize(count);
@@ -50,11 +49,7 @@ void load_sorted(const Candidates& in, ClusterScratch& s) {
         s.subgroup[size_t(i)] = in.subgroup[cell.number];
     }
     if (!in.weight) return;
-    s.weight_before[0] = 0;
-    for (int i = 0; i < in.n; ++i) {
-        s.weight[size_t(i)] = in.weight[s.sorted[size_t(i)].number];
-        s.weight_before[size_t(i) + 1] = s.weight_before[size_t(i)] + s.weight[size_t(i)];
-    }
+    for (int i = 0; i < in.n; ++i) s.weight[size_t(i)] = in.weight[s.sorted[size_t(i)].number];
 }
 
 // Sums over the members of a placement; without weights W is their count.
@@ -88,23 +83,23 @@ class Search {
           half_squared_((0.5 * dwin) * (0.5 * dwin)),
           value_(scratch.value.data()),
           weight_(scratch.weight.data()),
-          weight_before_(scratch.weight_before.data()),
           group_(scratch.group.data()),
           subgroup_(scratch.subgroup.data()),
-          scratch_(scratch),
-          prunable_(may_prune()),
-          // Covers the rounding of two sums of up to n weights.
-          slack_(kWeighted
-                     ? 4 * (n_ + 4.0) * std::numeric_limits<double>::epsilon() * weight_before_[n_]
-                     : 0) {}
+          scratch_(scratch) {}
 
-    Cluster run() {
+    // The placement that promises most is scored first; after it only those are that may reach its
+    // score, in ascending order, so that the earliest of equal scores is found as if all were.
+    Cluster run(int ngroups) {
+        const int promising =
+            bound_scores({n_, value_, kWeighted ? weight_ : nullptr, group_, subgroup_, ngroups, 0},
+                         dwin_, prewin_, scratch_);
+        Cluster seed;
+        improve(promising, seed);
         Cluster best;
         int best_start = -1;
-        int end = 0;
         for (int i = 0; i < n_; ++i) {
-            while (end < n_ && value_[end] - value_[i] < dwin_) ++end;
-            if (prunable_ && kLargestBonus + most_weight(i, end) <= best.score) continue;
+            const double most = scratch_.most[size_t(i)];
+            if (most < seed.score || most <= best.score) continue;
             if (improve(i, best)) best_start = i;
         }
         mark_members(best_start);
@@ -113,17 +108,6 @@ class Search {
 
   private:
     double weight_of(int i) const { return kWeighted ? weight_[i] : 1; }
-
-    // With a negative weight a placement may outscore the sum of its window.
-    bool may_prune() const {
-        return !kWeighted || std::all_of(weight_, weight_ + n_, [](double w) { return w >= 0; });
-    }
-
-    // No placement that starts at i and ends before `end` gathers more.
-    double most_weight(int i, int end) const {
-        if (!kWeighted) return std::max(end - i, 1);
-        return weight_before_[std::max(end, i + 1)] - weight_before_[i] + slack_;
-    }
 
     bool marked(int i) const { return scratch_.group_stamp[size_t(group_[i])] == scratch_.stamp; }
     void mark_group(int i) { scratch_.group_stamp[size_t(group_[i])] = scratch_.stamp; }
@@ -172,11 +156,10 @@ class Search {
         return sum;
     }
 
-    // The bonus lies in 0 .. 0.9 and rounding keeps order, so the tests before the division lose
+    // The bonus lies in 0 .. 0.9 and rounding keeps order, so the test before the divisions loses
     // nothing.
     bool improve(int i, Cluster& best) {
         const Sums sums = sum_window(i);
-        if (prunable_ && kLargestBonus + sums.w <= best.score) return false;
         const double p = penalty(i);
         if (kLargestBonus + sums.w - p <= best.score) return false;
         const double v = variance_of(sums, kWeighted);
@@ -204,17 +187,14 @@ class Search {
     const double half_squared_;
     const double* const value_;
     const double* const weight_;
-    const double* const weight_before_;
     const int32_t* const group_;
     const int32_t* const subgroup_;
     ClusterScratch& scratch_;
-    const bool prunable_;
-    const double slack_;
 };
 
-// Every placement takes a stamp, and marking the members takes one more.
+// Every placement takes a stamp, and so do the first look at one and the marking of the members.
 void renew_stamps(int n, ClusterScratch& scratch) {
-    if (std::numeric_limits<uint32_t>::max() - scratch.stamp > static_cast<uint32_t>(n) + 1) return;
+    if (std::numeric_limits<uint32_t>::max() - scratch.stamp > static_cast<uint32_t>(n) + 2) return;
     std::fill(scratch.group_stamp.begin(), scratch.group_stamp.end(), 0);
     std::fill(scratch.subgroup_stamp.begin(), scratch.subgroup_stamp.end(), 0);
     scratch.stamp = 0;
@@ -225,7 +205,10 @@ void renew_stamps(int n, ClusterScratch& scratch) {
 bool ClusterScratch::reserve(int npoints, int ngroups, int nsubgroups) {
     return grow("buf", cells.size(), size_t(npoints), [&](size_t n) { resize_points(*this, n); }) &&
            grow("group", group_stamp.size(), size_t(ngroups),
-                [&](size_t n) { group_stamp.resize(n); }) &&
+                [&](size_t n) {
+                    presence.resize(n);
+                    group_stamp.resize(n);
+                }) &&
            grow("subgroup", subgroup_stamp.size(), size_t(nsubgroups),
                 [&](size_t n) { subgroup_stamp.resize(n); });
 }
@@ -235,8 +218,9 @@ Cluster best_cluster(const Candidates& candidates, double dwin, double prewin,
     if (candidates.n < 1) return {};
     load_sorted(candidates, scratch);
     renew_stamps(candidates.n, scratch);
-    if (candidates.weight) return Search<true>(candidates, dwin, prewin, scratch).run();
-    return Search<false>(candidates, dwin, prewin, scratch).run();
+    if (candidates.weight)
+        return Search<true>(candidates, dwin, prewin, scratch).run(candidates.ngroups);
+    return Search<false>(candidates, dwin, prewin, scratch).run(candidates.ngroups);
 }
 
 }  // namespace velorix

@@ -32,15 +32,22 @@ struct ClusterScratch {
         int32_t number;  // of the candidate
         int32_t bucket;
     };
+    /// How many candidates of a group lie in the window and in the pre-window.
+    struct Presence {
+        int32_t window;
+        int32_t prewindow;
+        double weight;  // of each of them
+    };
     std::vector<Cell> cells;
     std::vector<Cell> sorted;
     std::vector<int32_t> bucket_end;
     std::vector<double> value;  // of the sorted candidates, and so on
     std::vector<double> weight;
-    std::vector<double> weight_before;  // sum of the weights before each, and of all at the end
+    std::vector<double> most;  // score that the placement starting at each cannot exceed
     std::vector<int32_t> group;
     std::vector<int32_t> subgroup;
-    std::vector<uint8_t> member;  // by candidate number: 1 in the best cluster
+    std::vector<uint8_t> member;     // by candidate number: 1 in the best cluster
+    std::vector<Presence> presence;  // by group
     std::vector<uint32_t> group_stamp;
     std::vector<uint32_t> subgroup_stamp;
     uint32_t stamp = 0;
