@@ -14,25 +14,16 @@ Branch upgoing_branch(const EarthModel& model, double depth) {
     return depth <= model.moho + kNoise ? Branch::kLowerCrust : Branch::kUp;
 }
 
-// Samples of a block whose upper end is cut off at the source's depth.
-int resampled_count(const Block& block) { return 2 * block.count + 8; }
-
-double resampled_u(const Run& run, int i) { return static_cast<double>(i) / (run.count - 1); }
+// A block whose upper end is cut off at the source's depth is sampled like the whole one, but each
+// interval in parts: layers above the source are met at grazing angles too.
+constexpr int kParts = 3;
+int resampled_count(const Block& block) { return kParts * (block.count - 1) + 1; }
 
 double upgoing_u(const Run& run, int i) {
     return run.scale * std::sinh(run.span * i / (run.count - 1));
 }
 
 }  // namespace
-
-Lift::Lift(const Profile& profile, double height) {
-    const RayPoint& surface = profile.shell(profile.surface_level).bottom;
-    if (!(height > 0.0) || !(surface.eta > 0.0)) return;
-    const double high = (kEarthRadius + height) * surface.w;
-    low2_ = surface.eta * surface.eta;
-    step2_ = (high - surface.eta) * (high + surface.eta);
-    eta_product_ = high * surface.eta;
-}
 
 Pair::Pair(const RayTable& table, const EarthModel& model, double r_low, double r_high)
     : table_(&table), low_(table.locate(r_low)), high_(table.locate(r_high)) {
@@ -59,7 +50,9 @@ Run Pair::upgoing() const {
     const double height = std::max(r_high - r_low, 1e-3);
     run.scale = std::sqrt(height / (r_high + height));
     run.span = std::asinh(1.0 / run.scale);
-    run.count = 16 + static_cast<int>(20.0 * run.span);
+    // Long paths need more rays for the same error in seconds.
+    const double density = 20.0 + 32.0 * std::min(1.0, height / 200.0);
+    run.count = 16 + static_cast<int>(density * run.span);
     return run;
 }
 
@@ -100,6 +93,17 @@ Run Pair::downgoing(const Block& block) const {
     run.p_top = resampled_top(block);
     run.count = run.p_top > block.p_low ? resampled_count(block) : 0;
     return run;
+}
+
+double Pair::resampled_u(const Run& run, int i) const {
+    const Block& block = *run.block;
+    const auto sample_u = [&](int j) {
+        return std::sqrt((block.p_high - table_->p(block.first + j)) /
+                         (block.p_high - block.p_low));
+    };
+    const int j = i / kParts, part = i % kParts;
+    if (part == 0) return sample_u(j);
+    return sample_u(j) + (sample_u(j + 1) - sample_u(j)) * part / kParts;
 }
 
 Ray Pair::ray(const Run& run, int i) const {

@@ -6,32 +6,6 @@
 
 namespace velorix::tt {
 
-/**
- * The last leg of a ray that emerges at the surface and goes on to a station above it, through the
- * top velocity continued upward. A closed form: time is the change of sqrt(eta^2 - p^2).
- */
-class Lift {
-  public:
-    Lift() = default;
-    Lift(const Profile& profile, double height);
-
-    bool is_flat() const { return eta_product_ == 0.0; }
-
-    Leg leg(double p) const {
-        const double s0 = std::sqrt(std::max(0.0, low2_ - p * p));
-        const double s1 = std::sqrt(std::max(0.0, low2_ + step2_ - p * p));
-        const double t = step2_ / (s0 + s1);
-        // The angle is below 0.06 rad, where five terms of the arc sine are exact.
-        const double y = p * t / eta_product_, y2 = y * y;
-        const double series =
-            1.0 + y2 * (1.0 / 6 + y2 * (3.0 / 40 + y2 * (15.0 / 336 + y2 * 105.0 / 3456)));
-        return {y * series, t};
-    }
-
-  private:
-    double low2_ = 0.0, step2_ = 0.0, eta_product_ = 0.0;
-};
-
 /// A piece of one branch: neighbouring rays, largest ray parameter first.
 struct Run {
     enum class Kind : unsigned char { kUpgoing, kSampled, kResampled, kDiffracted };
@@ -74,6 +48,7 @@ class Pair {
 
   private:
     bool in_turning_layer(const Block& block) const { return block.start_level > low_.level; }
+    double resampled_u(const Run& run, int i) const;
     bool starts_near(const Block& block) const;
     double resampled_top(const Block& block) const;
 

@@ -90,6 +90,15 @@ RayPoint point_at_eta(const Shell& shell, double p) {
     return {std::clamp(p / w, low.r, high.r), w, p};
 }
 
+Lift::Lift(const Profile& profile, double height) {
+    const RayPoint& surface = profile.shell(profile.surface_level).bottom;
+    if (!(height > 0.0) || !(surface.eta > 0.0)) return;
+    const double high = (kEarthRadius + height) * surface.w;
+    low2_ = surface.eta * surface.eta;
+    step2_ = (high - surface.eta) * (high + surface.eta);
+    eta_product_ = high * surface.eta;
+}
+
 int Profile::shell_at(double r) const {
     const auto above = std::upper_bound(shells.begin(), shells.end(), r,
                                         [](double x, const Shell& s) { return x < s.bottom.r; });

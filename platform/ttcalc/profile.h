@@ -113,6 +113,32 @@ struct Profile {
     int shell_at(double r) const;
 };
 
+/**
+ * The last leg of a ray that emerges at the surface and goes on to a station above it, through the
+ * top velocity continued upward. A closed form: time is the change of sqrt(eta^2 - p^2).
+ */
+class Lift {
+  public:
+    Lift() = default;
+    Lift(const Profile& profile, double height);
+
+    bool is_flat() const { return eta_product_ == 0.0; }
+
+    Leg leg(double p) const {
+        const double s0 = std::sqrt(std::max(0.0, low2_ - p * p));
+        const double s1 = std::sqrt(std::max(0.0, low2_ + step2_ - p * p));
+        const double t = step2_ / (s0 + s1);
+        // The angle is below 0.06 rad, where five terms of the arc sine are exact.
+        const double y = p * t / eta_product_, y2 = y * y;
+        const double series =
+            1.0 + y2 * (1.0 / 6 + y2 * (3.0 / 40 + y2 * (15.0 / 336 + y2 * 105.0 / 3456)));
+        return {y * series, t};
+    }
+
+  private:
+    double low2_ = 0.0, step2_ = 0.0, eta_product_ = 0.0;
+};
+
 Profile make_profile(const EarthModel& model, Family family);
 
 }  // namespace velorix::tt

@@ -9,7 +9,7 @@ namespace velorix::tt {
 namespace {
 
 // Interpolation errors at which an interval of samples is halved.
-constexpr double kTimeError = 1e-5;                               // s
+constexpr double kTimeError = 4e-7;                               // s
 constexpr double kSlownessError = 1e-4 * 180 / std::numbers::pi;  // s/rad
 constexpr int kMostHalvings = 8;
 
@@ -26,6 +26,20 @@ Branch branch_at(const EarthModel& model, double depth) {
     if (depth > model.transition) return Branch::kMantle;
     if (depth > model.moho) return Branch::kUpperMantle;
     return depth > model.conrad ? Branch::kLowerCrust : Branch::kUpperCrust;
+}
+
+// Whether a segment has an arrival close to a ray at the ray's distance.
+bool meets(const Segment& segment, const Ray& exact) {
+    double w[2];
+    const int n = segment.find(exact.x, w);
+    for (int i = 0; i < n; ++i) {
+        const Hit hit = segment.at(w[i]);
+        if (std::fabs(hit.p - exact.p) < kSlownessError &&
+            std::fabs(hit.t - exact.t) < kTimeError) {
+            return true;
+        }
+    }
+    return false;
 }
 
 Ray make_ray(double p, const Leg& a, const Leg& b) { return {p, a.x + b.x, a.t + b.t}; }
@@ -130,29 +144,35 @@ void RayTable::push(double p, double shape) {
     shape_.push_back(shape);
 }
 
-// Pushes the samples from a up to but without b, close enough together for a source at the surface
-// as well as for one at the top of the turning layer.
+// Whether the interval a to b meets its middle ray, for a source at the surface as well as for one
+// at the top of the turning layer, and for stations at several heights where rays leave the surface
+// almost horizontally.
+bool RayTable::is_interpolated(const Block& block, const Sample& a, const Sample& middle,
+                               const Sample& b) const {
+    const double shape = 2.0 * a.u / (a.u + b.u);
+    const bool grazes = block.p_high > 0.9 * profile_.shell(profile_.surface_level).bottom.eta;
+    for (const double height : {0.0, 0.1, 0.5, 2.0, kTopHeight}) {
+        if (height > 0.0 && !grazes) break;
+        const Lift lift(profile_, height);
+        for (const Leg Sample::*source : {&Sample::turn, &Sample::total}) {
+            const auto ray = [&](const Sample& sample) {
+                Leg end = sample.total;
+                if (height > 0.0) end.add(lift.leg(sample.p));
+                return make_ray(sample.p, sample.*source, end);
+            };
+            const Ray exact = ray(middle);
+            if (!meets(Segment(ray(a), ray(b), shape), exact)) return false;
+        }
+    }
+    return true;
+}
+
+// Pushes the samples from a up to but without b, close enough together.
 void RayTable::refine(const Block& block, const Sample& a, const Sample& b, int depth) {
     const double shape = 2.0 * a.u / (a.u + b.u);
     if (depth < kMostHalvings) {
         const Sample middle = sample_at(block, 0.5 * (a.u + b.u));
-        bool good = true;
-        for (const Leg Sample::*source : {&Sample::turn, &Sample::total}) {
-            const Segment segment(make_ray(a.p, a.*source, a.total),
-                                  make_ray(b.p, b.*source, b.total), shape);
-            const Ray exact = make_ray(middle.p, middle.*source, middle.total);
-            double w[2];
-            double time_error = 1.0, slowness_error = 1e3;
-            const int n = segment.find(exact.x, w);
-            for (int i = 0; i < n; ++i) {
-                const Hit hit = segment.at(w[i]);
-                if (std::fabs(hit.p - exact.p) > slowness_error) continue;
-                slowness_error = std::fabs(hit.p - exact.p);
-                time_error = std::fabs(hit.t - exact.t);
-            }
-            good = good && time_error < kTimeError && slowness_error < kSlownessError;
-        }
-        if (!good) {
+        if (!is_interpolated(block, a, middle, b)) {
             refine(block, a, middle, depth + 1);
             refine(block, middle, b, depth + 1);
             return;

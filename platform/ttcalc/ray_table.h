@@ -92,6 +92,8 @@ class RayTable {
     void add_diffraction();
     void add_block(const Block& block);
     Sample sample_at(const Block& block, double u) const;
+    bool is_interpolated(const Block& block, const Sample& a, const Sample& middle,
+                         const Sample& b) const;
     void refine(const Block& block, const Sample& a, const Sample& b, int depth);
     void push(double p, double shape);
     template <class Visit>
