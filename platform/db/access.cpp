@@ -43,6 +43,13 @@ int insert(std::unique_ptr<Database> database) {
     return static_cast<int>(list.size() - 1);
 }
 
+int table_number(const char* name) {
+    for (int i = 0; i < kTables; ++i) {
+        if (std::strcmp(name, kTableNames[i]) == 0) return i;
+    }
+    return -1;
+}
+
 // Reads a table once; its state says what came of it.
 void load(Database& database, int table) {
     if (database.state[table]) return;
@@ -130,11 +137,14 @@ extern "C" Dbptr dblookup(Dbptr db, const char*, const char* table, const char*,
     Database* database = find(db);
     if (!database || !table) return db;
     try {
-        for (int i = 0; i < kTables; ++i) {
-            if (std::strcmp(table, kTableNames[i]) != 0) continue;
-            load(*database, i);
-            if (*database->state[i] != Read::absent) db.table = i;
+        const int number = table_number(table);
+        if (number < 0) {
+            elog_log(0, "dblookup: %s: table %s is not known\n", database->place.path.c_str(),
+                     table);
+            return db;
         }
+        load(*database, number);
+        if (*database->state[number] != Read::absent) db.table = number;
     } catch (const std::exception& error) {
         elog_log(0, "dblookup: %s: %s\n", table, error.what());
     }

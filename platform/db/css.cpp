@@ -114,9 +114,8 @@ Read read_rows(const std::string& path, bool (*parse)(std::string_view, const Ro
     for (Lines lines(*text); lines.next(line);) {
         const RowPlace place{path, lines.number()};
         Row row;
-        const bool text_row = line.find('\0') == std::string_view::npos ||
-                              malformed(place, "binary data in a text table");
-        if (!text_row || !parse(line, place, row) || !check(row, place)) return Read::malformed;
+        if (!is_text(line, place) || !parse(line, place, row) || !check(row, place))
+            return Read::malformed;
         rows.push_back(std::move(row));
     }
     return Read::good;

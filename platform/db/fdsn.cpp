@@ -90,9 +90,10 @@ bool same_place(const Site& a, const Site& b) {
 }
 
 long day_before(long day) {
-    double epoch = 0.0;
-    zstr2epoch(std::to_string(day).c_str(), &epoch);
-    return yearday(epoch - 86400.0);
+    if (day % 1000 > 1) return day - 1;
+    const long year = day / 1000 - 1;
+    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return year * 1000 + (leap ? 366 : 365);
 }
 
 // Epochs of one station in time order: those at one place become one row, and where the next one
@@ -112,7 +113,11 @@ void join_epochs(std::vector<Epoch*>& epochs) {
         }
         const long start = next->site.ondate;
         const bool shares_a_day = last->site.offdate == -1 || last->site.offdate >= start;
-        if (start != -1 && shares_a_day) last->site.offdate = day_before(start);
+        if (start != -1 && shares_a_day) {
+            last->site.offdate = day_before(start);
+            // An epoch that ended on the day it began.
+            last->dropped = last->site.offdate < last->site.ondate;
+        }
         last = next;
     }
 }
@@ -186,7 +191,8 @@ Read read_fdsn(const std::string& path, std::string_view table, Tables& tables) 
         if (trimmed(line).front() == '#') continue;
         if (epochs.empty() && lines.number() == 1 && line.starts_with("\xEF\xBB\xBF#")) continue;
         Epoch epoch;
-        if (!parse_epoch(line, {path, lines.number()}, epoch)) return Read::malformed;
+        const RowPlace place{path, lines.number()};
+        if (!is_text(line, place) || !parse_epoch(line, place, epoch)) return Read::malformed;
         epochs.push_back(std::move(epoch));
     }
     if (table == "affiliation") {

@@ -63,6 +63,10 @@ bool malformed(const RowPlace& at, const std::string& what);
 bool check(const Site& row, const RowPlace& at);
 bool check(const Affiliation& row, const RowPlace& at);
 
+/// Logs and returns false when a line holds what no text table does: a NUL, or a carriage return
+/// within, which is a file whose rows have become one line.
+bool is_text(std::string_view line, const RowPlace& at);
+
 std::string_view trimmed(std::string_view text);
 /// Whole-text numbers, independent of the locale.
 std::optional<double> to_double(std::string_view text);

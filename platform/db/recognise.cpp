@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kSiteEnding = ".site";
 // Larger than any station list of the world; anything beyond was named by mistake.
-constexpr uintmax_t kLargestFile = uintmax_t{1} << 30;
+constexpr uintmax_t kLargestFile = uintmax_t{256} << 20;
 
 struct CloseFile {
     void operator()(FILE* file) const { std::fclose(file); }
@@ -30,28 +30,46 @@ std::nullopt_t refuse(const std::string& name, const char* why) {
     return std::nullopt;
 }
 
+std::nullopt_t refuse_several(const std::string& folder, std::vector<std::string>& found) {
+    constexpr size_t most_named = 5;
+    std::sort(found.begin(), found.end());
+    std::string names;
+    for (size_t i = 0; i < std::min(most_named, found.size()); ++i) {
+        names += (i ? ", " : "") + fs::path(found[i]).filename().string();
+    }
+    if (found.size() > most_named) names += ", ...";
+    elog_log(0, "dbopen: %s is a folder with more than one *.site file, name one of them: %s\n",
+             folder.c_str(), names.c_str());
+    return std::nullopt;
+}
+
 std::optional<Place> in_folder(const std::string& folder) {
     std::error_code error;
     std::vector<std::string> found;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
-        if (entry->path().extension() == kSiteEnding) found.push_back(entry->path().string());
+        if (entry->path().extension() == kSiteEnding && is_regular(entry->path().string()))
+            found.push_back(entry->path().string());
     }
     if (error) {
         elog_log(0, "dbopen: %s: %s\n", folder.c_str(), error.message().c_str());
         return std::nullopt;
     }
     if (found.empty()) return refuse(folder, "is a folder without a *.site file");
-    if (found.size() > 1)
-        return refuse(folder, "is a folder with more than one *.site file, name one of them");
+    if (found.size() > 1) return refuse_several(folder, found);
     found[0].resize(found[0].size() - std::strlen(kSiteEnding));
     return Place{Format::css, found[0]};
 }
 
-// The first line that is not blank.
-std::string_view first_line(std::string_view text) {
+// Comments of the data centre may stand before the header.
+bool looks_like_fdsn(std::string_view text) {
+    constexpr long bars_of_a_station = 7;
     std::string_view line;
-    return Lines(text).next(line) ? line : std::string_view{};
+    for (Lines lines(text); lines.next(line);) {
+        if (std::count(line.begin(), line.end(), '|') >= bars_of_a_station) return true;
+        if (trimmed(line).front() != '#') return false;
+    }
+    return false;
 }
 
 std::optional<std::string> head(const std::string& path) {
@@ -67,16 +85,13 @@ std::optional<std::string> head(const std::string& path) {
 
 std::optional<Place> by_content(const std::string& name, bool has_site_file) {
     constexpr std::string_view sqlite_magic("SQLite format 3\0", 16);
-    constexpr long bars_of_a_station = 7;
     const auto bytes = head(name);
     if (!bytes) return std::nullopt;
     if (bytes->starts_with(sqlite_magic)) return Place{Format::sqlite, name};
     if (name.ends_with(kSiteEnding))
         return Place{Format::css, name.substr(0, name.size() - std::strlen(kSiteEnding))};
-    const std::string_view line = first_line(*bytes);
     const bool binary = bytes->find('\0') != std::string::npos;
-    if (!binary && std::count(line.begin(), line.end(), '|') >= bars_of_a_station)
-        return Place{Format::fdsn, name};
+    if (!binary && looks_like_fdsn(*bytes)) return Place{Format::fdsn, name};
     if (has_site_file) return Place{Format::css, name};
     if (bytes->empty()) return refuse(name, "is empty");
     return refuse(name,
@@ -87,8 +102,8 @@ std::optional<Place> by_content(const std::string& name, bool has_site_file) {
 
 std::optional<Place> recognise(const std::string& name) {
     std::error_code error;
-    if (fs::is_directory(name, error)) return in_folder(name);
     const bool has_site_file = is_regular(name + kSiteEnding);
+    if (!has_site_file && fs::is_directory(name, error)) return in_folder(name);
     if (is_regular(name)) return by_content(name, has_site_file);
     if (has_site_file) return Place{Format::css, name};
     if (fs::exists(name, error)) return refuse(name, "is not a regular file");
@@ -99,7 +114,13 @@ std::optional<Place> recognise(const std::string& name) {
 
 std::optional<std::string> read_text(const std::string& path) {
     std::error_code error;
-    const uintmax_t size = fs::file_size(path, error);
+    const bool exists = fs::exists(path, error);
+    if (exists && !is_regular(path)) {
+        // A pipe would block, a device might never end.
+        elog_log(0, "dblookup: %s is not a regular file\n", path.c_str());
+        return std::nullopt;
+    }
+    const uintmax_t size = exists ? fs::file_size(path, error) : 0;
     if (!error && size > kLargestFile) {
         elog_log(0, "dblookup: %s has %ju bytes, more than a table may have (%ju)\n", path.c_str(),
                  size, kLargestFile);

@@ -85,6 +85,16 @@ bool malformed(const RowPlace& at, const std::string& what) {
     return false;
 }
 
+bool is_text(std::string_view line, const RowPlace& at) {
+    if (line.find('\0') != std::string_view::npos) {
+        return malformed(at, "binary data in a text table");
+    }
+    if (line.find('\r') != std::string_view::npos) {
+        return malformed(at, "a carriage return within a row, lines must end in LF or CR LF");
+    }
+    return true;
+}
+
 bool check(const Site& row, const RowPlace& at) {
     if (!check_code(row.sta, "station", at)) return false;
     if (!is_day(row.ondate)) {

@@ -7,6 +7,13 @@
 namespace velorix::db {
 namespace {
 
+// Bounds for files that are not what they say: a view may compute rows for ever.
+constexpr size_t kMostRows = 1'000'000;
+constexpr int kLongestValue = 1 << 20;  // bytes
+constexpr int kStepsPerCall = 1'000'000;
+constexpr int kMostCalls = 50;
+constexpr int kLockWait = 2000;  // ms, while another program writes
+
 struct CloseDatabase {
     void operator()(sqlite3* database) const { sqlite3_close(database); }
 };
@@ -75,11 +82,18 @@ Read read_rows(sqlite3* database, const std::string& path, const char* query,
         if (step == SQLITE_DONE) return Read::good;
         if (step != SQLITE_ROW) return failed(path, database, Read::malformed);
         const RowPlace at{path, number};
+        if (number > kMostRows) {
+            malformed(at, "more rows than a station table may have");
+            return Read::malformed;
+        }
         Row row;
         if (!parse(prepared, at, row) || !check(row, at)) return Read::malformed;
         rows.push_back(std::move(row));
     }
 }
+
+// Ends a query that computes without end.
+int count_steps(void* calls) { return ++*static_cast<int*>(calls) > kMostCalls; }
 
 }  // namespace
 
@@ -88,6 +102,10 @@ Read read_sqlite(const std::string& path, std::string_view table, Tables& tables
     const int status = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
     const Database database(opened);
     if (status != SQLITE_OK) return failed(path, opened, Read::absent);
+    int calls = 0;
+    sqlite3_progress_handler(opened, kStepsPerCall, count_steps, &calls);
+    sqlite3_limit(opened, SQLITE_LIMIT_LENGTH, kLongestValue);
+    sqlite3_busy_timeout(opened, kLockWait);
     if (table == "site") {
         return read_rows(opened, path, "SELECT sta, ondate, offdate, lat, lon, elev FROM site",
                          tables.site);

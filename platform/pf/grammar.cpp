@@ -10,39 +10,31 @@
 #include "platform/elog/elog.h"
 #include "platform/pf/tree.h"
 
+// The library checks some of its input by assertions alone ("[.a]" fails one); in a build without
+// assertions it assumes them true, which is undefined for such input. Here they throw.
+namespace velorix::pf {
+struct FailedAssertion {};
+}  // namespace velorix::pf
+#pragma push_macro("NDEBUG")
+#undef NDEBUG
+#define TOML_ASSERT(holds) ((holds) ? void() : throw velorix::pf::FailedAssertion())
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"
 #pragma GCC diagnostic ignored "-Wshadow"
+#pragma GCC diagnostic ignored "-Wterminate"
 #include <toml++/toml.h>
 #pragma GCC diagnostic pop
+#pragma pop_macro("NDEBUG")
 
 namespace velorix::pf {
 namespace {
 
-// Tables nest through dotted keys without any limit of the TOML library's own; every level costs
-// stack when a tree is built and released.
+// Deeper than any parameter file of use; every level costs stack when a tree is built and released.
 constexpr int kDeepestNode = 64;
-constexpr size_t kMostDotsInAKey = 256;
 
 struct TooDeep : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
-
-// Long dotted keys are refused before the parser recurses over them. Lines with a comma are arrays.
-bool has_endless_key(std::string_view text, unsigned& line) {
-    line = 0;
-    while (!text.empty()) {
-        ++line;
-        const size_t end = std::min(text.find('\n'), text.size());
-        const std::string_view row = text.substr(0, end);
-        const std::string_view key = row.substr(0, std::min(row.find('='), row.size()));
-        const bool may_be_key = key.find(',') == std::string_view::npos;
-        const auto dots = std::count(key.begin(), key.end(), '.');
-        if (may_be_key && static_cast<size_t>(dots) > kMostDotsInAKey) return true;
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return false;
-}
 
 template <class T>
 std::string streamed(const T& value) {
@@ -125,11 +117,34 @@ std::unique_ptr<Pf> convert(const toml::node& from, const Pf* parent, std::strin
     return node;
 }
 
+bool fails_an_assertion(std::string_view text) {
+    try {
+        static_cast<void>(toml::parse(text));
+    } catch (const FailedAssertion&) {
+        return true;
+    } catch (const toml::parse_error&) {
+    }
+    return false;
+}
+
+// The library goes through a text from start to end, so the line where an assertion fails is the
+// last one of the shortest leading part that fails.
+size_t line_of_failed_assertion(std::string_view text) {
+    std::vector<size_t> ends;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\n') ends.push_back(i + 1);
+    }
+    ends.push_back(text.size());
+    const auto first = std::partition_point(ends.begin(), ends.end(), [&](size_t end) {
+        return !fails_an_assertion(text.substr(0, end));
+    });
+    return static_cast<size_t>(first - ends.begin()) + 1;
+}
+
 }  // namespace
 
 std::unique_ptr<Pf> parse(const std::string& text, const std::string& label) {
-    unsigned line = 0;
-    if (has_endless_key(text, line)) {
+    if (const unsigned line = first_line_deeper_than(text, kDeepestNode)) {
         elog_log(0, "pfread: %s:%u: tables nested too deeply\n", label.c_str(), line);
         return nullptr;
     }
@@ -140,6 +155,9 @@ std::unique_ptr<Pf> parse(const std::string& text, const std::string& label) {
         const auto& at = error.source().begin;
         elog_log(0, "pfread: %s:%u:%u: %s\n", label.c_str(), at.line, at.column,
                  std::string(error.description()).c_str());
+    } catch (const FailedAssertion&) {
+        elog_log(0, "pfread: %s:%zu: not valid TOML\n", label.c_str(),
+                 line_of_failed_assertion(text));
     } catch (const TooDeep& error) {
         elog_log(0, "pfread: %s: %s\n", label.c_str(), error.what());
     }

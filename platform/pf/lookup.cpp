@@ -20,7 +20,7 @@ namespace {
 using velorix::pf::parse;
 
 // A parameter file is written by a person; anything larger was named by mistake.
-constexpr long kLargestFile = 64L << 20;
+constexpr size_t kLargestFile = size_t{16} << 20;
 
 struct CloseFile {
     void operator()(FILE* file) const { std::fclose(file); }
@@ -54,26 +54,36 @@ std::optional<std::string> find(const std::string& name) {
     return std::nullopt;
 }
 
+// Told before opening: a pipe would block, a device might never end.
+bool is_readable_kind(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        elog_log(1, "pfread: cannot open %s\n", path.c_str());
+        return false;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        elog_log(0, "pfread: %s is not a regular file\n", path.c_str());
+        return false;
+    }
+    return true;
+}
+
 std::optional<std::string> contents(const std::string& path) {
+    if (!is_readable_kind(path)) return std::nullopt;
     const std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
     if (!file) {
         elog_log(1, "pfread: cannot open %s\n", path.c_str());
         return std::nullopt;
     }
-    struct stat status {};
-    if (fstat(fileno(file.get()), &status) == 0 && !S_ISREG(status.st_mode)) {
-        elog_log(0, "pfread: %s is not a regular file\n", path.c_str());
-        return std::nullopt;
-    }
-    if (status.st_size > kLargestFile) {
-        elog_log(0, "pfread: %s has %lld bytes, more than a parameter file may have (%ld)\n",
-                 path.c_str(), static_cast<long long>(status.st_size), kLargestFile);
-        return std::nullopt;
-    }
     std::string text;
     char buffer[65536];
-    while (const size_t n = std::fread(buffer, 1, sizeof buffer, file.get()))
+    while (const size_t n = std::fread(buffer, 1, sizeof buffer, file.get())) {
         text.append(buffer, n);
+        if (text.size() <= kLargestFile) continue;
+        elog_log(0, "pfread: %s has more than %zu bytes, too many for a parameter file\n",
+                 path.c_str(), kLargestFile);
+        return std::nullopt;
+    }
     if (std::ferror(file.get())) {
         elog_log(1, "pfread: cannot read %s\n", path.c_str());
         return std::nullopt;
@@ -81,15 +91,22 @@ std::optional<std::string> contents(const std::string& path) {
     return text;
 }
 
-int read_named(const char* name, Pf** pf) {
-    const auto path = find(name);
-    if (!path) {
-        elog_log(0,
-                 "pfread: no parameter file %s or %s.toml (looked in the current folder, "
-                 "VELORIX_PFPATH and %s)\n",
-                 name, name, velorix_share_folder());
+int not_found(const char* name) {
+    if (std::strchr(name, '/')) {
+        elog_log(0, "pfread: no parameter file %s or %s.toml\n", name, name);
         return -1;
     }
+    const char* path = std::getenv("VELORIX_PFPATH");
+    elog_log(0,
+             "pfread: no parameter file %s or %s.toml (looked in the current folder, "
+             "VELORIX_PFPATH '%s' and %s)\n",
+             name, name, path ? path : "", velorix_share_folder());
+    return -1;
+}
+
+int read_named(const char* name, Pf** pf) {
+    const auto path = find(name);
+    if (!path) return not_found(name);
     const auto text = contents(*path);
     if (!text) return -1;
     auto root = parse(*text, *path);

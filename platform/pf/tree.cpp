@@ -50,8 +50,12 @@ extern "C" int pfput_string(Pf* pf, const char* key, const char* value) {
         node->name = key;
         node->parent = pf;
         node->file = pf->file;
-        if (pf->keys && setarr(pf->keys.get(), key, node.get()) < 0) return -1;
-        pf->children[key] = std::move(node);
+        auto [place, is_new] = pf->children.try_emplace(key);
+        if (pf->keys && setarr(pf->keys.get(), key, node.get()) < 0) {
+            if (is_new) pf->children.erase(place);
+            return -1;
+        }
+        place->second = std::move(node);
         return 0;
     } catch (const std::bad_alloc&) {
         return -1;

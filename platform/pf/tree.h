@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/pf/pf.h"
@@ -28,6 +29,10 @@ std::string location(const Pf& node);
 std::string path(const Pf& node);
 /// What a person would call the node's value, for messages: "the string \"x\"", "a table".
 std::string description(const Pf& node);
+
+/// The first line of a text whose brackets and dotted keys make more than `limit` levels; 0 when
+/// there is none.
+unsigned first_line_deeper_than(std::string_view text, size_t limit);
 
 std::unique_ptr<Pf> parse(const std::string& text, const std::string& label);
 

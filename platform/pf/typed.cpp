@@ -101,17 +101,22 @@ void append_lines(Tbl* list, std::string_view text) {
     }
 }
 
+// Texts leave as C strings: one with a NUL inside would be cut.
+bool is_c_string(const Pf& node) {
+    return node.is_scalar() && node.text.find('\0') == std::string::npos;
+}
+
 // The list, or null when the node holds something else.
 std::unique_ptr<Tbl, FreeList> as_list(const Pf& node) {
     std::unique_ptr<Tbl, FreeList> list(newtbl(static_cast<int>(node.items.size())));
     if (!list) throw std::bad_alloc();
-    if (node.kind == Kind::string) {
+    if (node.kind == Kind::string && is_c_string(node)) {
         append_lines(list.get(), node.text);
         return list;
     }
     if (node.kind != Kind::array) return nullptr;
     for (const auto& item : node.items) {
-        if (!item->is_scalar()) return nullptr;
+        if (!is_c_string(*item)) return nullptr;
         append(list.get(), item->text);
     }
     return list;
@@ -152,7 +157,7 @@ bool convert(Pf& node, int kind, void* out) {
         case PF_BOOLEAN:
             return store(as_boolean(node), out);
         case PF_STRING:
-            if (!node.is_scalar() || node.text.find('\0') != std::string::npos) return false;
+            if (!is_c_string(node)) return false;
             *static_cast<char**>(out) = duplicate(node.text);
             return true;
         case PF_ARRAY:
