@@ -185,7 +185,8 @@ TEST(BackprojProperty, AgreesWithTheLiteralSearchOnEveryKindOfGrid) {
             picks.set_up(*search);
             for (int ix = 0; ix < 7; ++ix) {
                 const NodeResult fast = backproject(*search, picks.stao_tbl, ix, 0, ix % 2);
-                auto c = literal_candidates(*search, ix, 0, ix % 2, picks.stao_tbl);
+                LiteralCandidates c;
+                literal_candidates(*search, ix, 0, ix % 2, picks.stao_tbl, c);
                 const LiteralCluster slow = literal_find_cluster(
                     static_cast<int>(c.value.size()), c.value.data(),
                     c.weighted ? c.weight.data() : nullptr, c.group.data(), c.subgroup.data(),

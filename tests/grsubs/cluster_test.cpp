@@ -100,7 +100,7 @@ Problem random_problem(std::mt19937& random) {
     Problem problem;
     const int n = 1 + pick(pick(10) == 0 ? 300 : 30);
     const double step = pick(2) ? 0.5 : 0.0137;
-    const int weights = pick(4);
+    const int weights = pick(5);
     for (int i = 0, subgroup = 0; i < n; ++i) {
         double value = 1e9 + step * pick(1 + pick(200));
         if (pick(40) == 0) value += 1e6;
@@ -110,10 +110,12 @@ Problem random_problem(std::mt19937& random) {
         problem.subgroup.push_back(subgroup);
         if (weights == 1) problem.weight.push_back(0.25 * pick(5));
         if (weights == 2) problem.weight.push_back(0.01 * pick(300));
+        if (weights == 4) problem.weight.push_back(0.37 * (problem.group.back() % 7));
         if (weights == 3) problem.weight.push_back(0.1 * (pick(20) - 4));
     }
     // The numbering that callers promise: the last group number bounds the others.
     problem.group.back() = n;
+    if (weights == 4) problem.weight.back() = 0.37 * (n % 7);
     problem.dwin = 0.1 * (1 + pick(30));
     problem.prewin = 0.5 * pick(6);
     return problem;

@@ -92,6 +92,15 @@ struct LiteralCandidates {
     std::vector<sta_obs2*> obs;
     bool weighted = false;
 
+    void clear() {
+        value.clear();
+        weight.clear();
+        group.clear();
+        subgroup.clear();
+        phase.clear();
+        obs.clear();
+        weighted = false;
+    }
     void add(double v, double w, int g, int s, int type, sta_obs2* o) {
         value.push_back(v);
         weight.push_back(w);
@@ -104,8 +113,10 @@ struct LiteralCandidates {
 };
 
 /// Builds the candidates of a node, each time through the grid's own queries.
-inline LiteralCandidates literal_candidates(SearchParams& sp, int ix, int iy, int id, Tbl* table) {
-    LiteralCandidates c;
+/// `c` is cleared first and keeps its room.
+inline void literal_candidates(SearchParams& sp, int ix, int iy, int id, Tbl* table,
+                               LiteralCandidates& c) {
+    c.clear();
     int g = 0;
     int s = 0;
     for (int i = 0; i < maxtbl(table); ++i) {
@@ -131,7 +142,6 @@ inline LiteralCandidates literal_candidates(SearchParams& sp, int ix, int iy, in
         }
         g += (has_p ? 1 : 0) + (has_s ? 1 : 0);
     }
-    return c;
 }
 
 }  // namespace velorix_test
