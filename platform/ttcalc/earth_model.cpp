@@ -65,7 +65,7 @@ class Parser {
         if (to_number(first, number)) return parse_row(line);
         if (format_ == ModelFormat::kNamedDiscontinuities) return parse_label(first);
         // The two header lines of a .tvel file are free text.
-        if (line_number_ <= 2) return true;
+        if (line_number_ <= 2 && model.points.empty()) return true;
         return fail(quoted(first) + " is not a depth");
     }
 

@@ -51,7 +51,7 @@ Run Pair::upgoing() const {
     run.scale = std::sqrt(height / (r_high + height));
     run.span = std::asinh(1.0 / run.scale);
     // Long paths need more rays for the same error in seconds.
-    const double density = 20.0 + 32.0 * std::min(1.0, height / 200.0);
+    const double density = 28.0 + 32.0 * std::min(1.0, height / 200.0);
     run.count = 16 + static_cast<int>(density * run.span);
     return run;
 }
