@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/ttcalc/ttcalc.h"
+#include "support/allocations.h"
 #include "support/log_capture.h"
 #include "velorix_pvt.h"
 
@@ -226,6 +227,25 @@ TEST_F(Slow2d, ACallAfterAFailureStartsFromNothing) {
     calculator.list = nullptr;
     EXPECT_NEAR(distance(0.01995), 110.0, 0.0101) << "beyond the request that failed";
     EXPECT_EQ(calculator.requests, 18000);
+}
+
+TEST_F(Slow2d, ACallAfterAnAllocationFailureBuildsTheTable) {
+    double found = 0.0;
+    double of_table = 0.0;
+    bool said = false;  // a capture that allocates would fail too
+    elog_set_hook(
+        [](int, int flag, const char* message, void* user) {
+            *static_cast<bool*>(user) = flag == 1 && std::strcmp(message, "malloc error.\n") == 0;
+        },
+        &said);
+    {
+        const velorix_test::FailingAllocations failing(1);
+        EXPECT_EQ(slow2d("ak135", 33.0, 0.0, 0.08, &found, &of_table), -1);
+    }
+    elog_set_hook(nullptr, nullptr);
+    EXPECT_TRUE(said);
+    EXPECT_EQ(calculator.requests, 0);
+    EXPECT_NEAR(distance(0.08), 50.0, 0.0101);
 }
 
 }  // namespace

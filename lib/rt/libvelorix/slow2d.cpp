@@ -2,11 +2,12 @@
 #include "slow2d.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "platform/elog/elog.h"
 #include "platform/ttcalc/ttcalc.h"
+#include "support/c_array.h"
 #include "velorix_pvt.h"
 
 namespace {
@@ -37,7 +38,7 @@ enum { kPn, kP, kPKiKP, kPKPdf, kPhases };
 
 /// The table of the process.
 struct Table {
-    mystuff_* entries = nullptr;
+    velorix::CArray<mystuff_> entries;
     int count = 0;
     Phase phases[kPhases] = {{"Pn"}, {"P"}, {"PKiKP"}, {"PKPdf"}};
 };
@@ -91,16 +92,14 @@ bool fill(Table& into, const char* model, double sdepth, double relev) {
 
 bool build(const char* model, double sdepth, double relev) {
     Table fresh;
-    fresh.entries = static_cast<mystuff_*>(std::calloc(kSamples, sizeof(mystuff_)));
+    fresh.entries = velorix::make_c_array<mystuff_>(kSamples);
     if (!fresh.entries) {
         elog_log(1, "malloc error.\n");
         return false;
     }
-    if (!fill(fresh, model, sdepth, relev)) {
-        std::free(fresh.entries);
-        return false;
-    }
-    table = fresh;
+    // A table that is not finished is dropped, so that the next call starts from nothing.
+    if (!fill(fresh, model, sdepth, relev)) return false;
+    table = std::move(fresh);
     return true;
 }
 
@@ -119,14 +118,15 @@ const Phase* branch(double slowness) {
 // Mantle branches are searched outward, core branches inward; null when the branch is empty.
 const mystuff_* search(const Phase& phase, double slowness) {
     if (phase.first < 0) return nullptr;
+    const mystuff_* entries = table.entries.get();
     const bool outward = &phase == &table.phases[kP] || &phase == &table.phases[kPn];
     if (outward) {
         for (int i = phase.first; i <= phase.last; ++i) {
-            if (table.entries[i].slowness <= slowness) return &table.entries[i];
+            if (entries[i].slowness <= slowness) return &entries[i];
         }
     } else {
         for (int i = phase.last; i >= phase.first; --i) {
-            if (table.entries[i].slowness >= slowness) return &table.entries[i];
+            if (entries[i].slowness >= slowness) return &entries[i];
         }
     }
     return nullptr;
@@ -136,10 +136,7 @@ const mystuff_* search(const Phase& phase, double slowness) {
 
 namespace velorix {
 
-void reset_slowness_table() {
-    std::free(table.entries);
-    table = Table{};
-}
+void reset_slowness_table() { table = Table{}; }
 
 }  // namespace velorix
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/elog/elog.h"
@@ -265,8 +266,8 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
     CArray<double> depths = make_c_array<double>(mesh.depths.size());
     if (!sources || !depths) throw std::bad_alloc();
     std::copy(mesh.depths.begin(), mesh.depths.end(), depths.get());
-    grid.sources = sources.release();
-    grid.depths = depths.release();
+    replace_array(grid.sources, std::move(sources));
+    replace_array(grid.depths, std::move(depths));
     lay_out_positions(grid);
     return apply_station_window(grid, window) && size_tables(grid);
 }

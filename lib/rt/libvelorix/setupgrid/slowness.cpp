@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "platform/elog/elog.h"
 #include "platform/geodesy/geodesy.h"
@@ -195,8 +196,8 @@ bool place(Velorix& grid, const Mesh& mesh) {
         latlon(latr, lonr, radians(ring.distance), ring.azimuth, &lat, &lon);
         sources[k++] = Source{degrees(lat), degrees(lon), mesh.depth};
     });
-    grid.depths = depths.release();
-    grid.sources = sources.release();
+    replace_array(grid.depths, std::move(depths));
+    replace_array(grid.sources, std::move(sources));
     return placed;
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "platform/elog/elog.h"
@@ -30,9 +31,8 @@ bool replace_stations(Velorix& grid, const std::vector<Station>& staying) {
         if (setarr(map.get(), list[i].sta, &list[i]) < 0) throw std::bad_alloc();
     }
     freearr(grid.sta_arr, nullptr);
-    std::free(grid.stations);
     grid.sta_arr = map.release();
-    grid.stations = list.release();
+    replace_array(grid.stations, std::move(list));
     grid.ns = static_cast<int32_t>(staying.size());
     grid.stsize = grid.ns * static_cast<int32_t>(sizeof(Station));
     return true;
