@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <string>
@@ -112,10 +113,13 @@ TEST(Db, OpensAFolderAFileAndAPrefixAlike) {
          {folder.path().string(), folder.path("net"), folder.path("net.site")}) {
         EXPECT_EQ(rows_of(name).size(), 162u) << name;
     }
+    folder.write("net/unrelated", "");
+    EXPECT_EQ(rows_of(folder.path("net")).size(), 162u) << "a folder beside the table";
     folder.write("two.site", "");
     const LogCapture log;
     EXPECT_TRUE(rows_of(folder.path().string()).empty());
-    EXPECT_THAT(log.text(), HasSubstr("more than one *.site file"));
+    EXPECT_THAT(log.text(),
+                HasSubstr("more than one *.site file, name one of them: net.site, two.site"));
 }
 
 const std::string kGood =
@@ -139,19 +143,25 @@ TEST(Db, JoinsEpochsOfOnePlaceAndKeepsDaysApart) {
     const TempFolder folder;
     const std::vector<Row> rows = rows_of(
         folder.write("s.txt",
+                     "# from a data centre\n\n"
                      "#Network|Station|Latitude|Longitude|Elevation|Sitename|StartTime|EndTime\n"
                      "XX|AAA|1.0|2.0|500|A|2000-01-01T00:00:00|2001-03-01T00:00:00\n"
                      "XX|AAA|1.0|2.0|500|A|2001-03-01T00:00:00.0000|2005-01-01T00:00:00Z\n"
                      "# a mark in between\n\n"
                      "XX|AAA|1.5|2.0|500|A moved|2005-01-01T00:00:00|2599-12-31T23:59:59\n"
-                     "XX|BBB|1.0|2.0|-12.5|B||\n"));
-    ASSERT_EQ(rows.size(), 3u);
+                     "XX|BBB|1.0|2.0|-12.5|B||\n"
+                     "XX|CCC|1.0|2.0|0|C|2000-01-01|2020-06-22\n"
+                     "XX|CCC|1.5|2.0|0|C|2020-06-22|2020-06-22\n"
+                     "XX|CCC|1.0|2.0|0|C|2020-06-22|\n"));
+    ASSERT_EQ(rows.size(), 5u);
     EXPECT_EQ(rows[0].ondate, 2000001);
     EXPECT_EQ(rows[0].offdate, 2004366);
     EXPECT_EQ(rows[1].ondate, 2005001);
     EXPECT_EQ(rows[1].offdate, -1);
     EXPECT_EQ(rows[2].ondate, -1);
     EXPECT_DOUBLE_EQ(rows[2].elev, -0.0125);
+    EXPECT_EQ(rows[3].offdate, 2020173);
+    EXPECT_EQ(rows[4].ondate, 2020174);
 }
 
 TEST(Db, NamesFileAndLineOfARowThatCannotBeRead) {
@@ -173,6 +183,10 @@ TEST(Db, NamesFileAndLineOfARowThatCannotBeRead) {
         {"d.site", metres, "d.site:1: elevation (km) 1500 is not between"},
         {"e.site", day, "e.site:1: ondate 2000400 is not a day"},
         {"f.site", std::string("\0\1\2", 3) + kGood, "f.site:1: binary data"},
+        {"l.site", kGood + "\r" + kGood + "\r", "l.site:1: a carriage return within a row"},
+        {"m.txt",
+         fdsn + "#" + std::string(5000, 'x') + "\nXX|BBB|1|2|5|A|2000-01-01" + '\0' + "|\n",
+         "m.txt:3: binary data"},
         {"g.txt", fdsn + "XX|AAA|1.0\n" + fdsn, "g.txt:2: has 3 fields"},
         {"h.txt", fdsn + "XX|BBB|north|2.0|500|A|2000-01-01|\n", "h.txt:2: latitude 'north'"},
         {"i.txt", fdsn + "XX|BBB|1|2.0|500|A|2000-13-01|\n", "i.txt:2: start time '2000-13-01'"},
@@ -190,12 +204,14 @@ TEST(Db, NamesFileAndLineOfARowThatCannotBeRead) {
 TEST(Db, SaysWhyANameIsNoDatabase) {
     const TempFolder folder;
     const TempFolder empty;
+    ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
     const std::pair<std::string, const char*> cases[] = {
         {folder.path("absent"), "no such file or folder, and no file"},
         {folder.write("empty", ""), "is empty"},
         {folder.write("prose", "This is no table.\n"), "is neither a CSS3.0 database"},
         {empty.path().string(), "without a *.site file"},
         {"/dev/zero", "is not a regular file"},
+        {folder.path("pipe"), "is not a regular file"},
         {folder.write("broken.db", std::string("SQLite format 3\0", 16) + "garbage"),
          "file is not a database"},
     };
@@ -222,6 +238,20 @@ TEST(Db, ReportsWrongTypesAndMissingTablesOfSqliteFiles) {
         EXPECT_TRUE(rows_of(sqlite_file(folder, statements)).empty());
         EXPECT_THAT(log.text(), HasSubstr(message));
     }
+}
+
+TEST(Db, KeepsPipesFromBlockingAndNamesUnknownTables) {
+    const TempFolder folder;
+    folder.write("net.site", kGood);
+    ASSERT_EQ(mkfifo(folder.path("net.affiliation").c_str(), 0600), 0);
+    Dbptr db;
+    ASSERT_EQ(dbopen(folder.path("net").c_str(), "r", &db), 0);
+    const LogCapture log;
+    EXPECT_EQ(dblookup(db, nullptr, "affiliation", nullptr, nullptr).table, dbINVALID);
+    EXPECT_EQ(dblookup(db, nullptr, "origin", nullptr, nullptr).table, dbINVALID);
+    EXPECT_THAT(log.text(), HasSubstr("net.affiliation is not a regular file"));
+    EXPECT_THAT(log.text(), HasSubstr("table origin is not known"));
+    dbclose(&db);
 }
 
 TEST(Db, ListsWhichNetworkAStationBelongsTo) {

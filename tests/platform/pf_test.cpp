@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 
@@ -91,6 +93,11 @@ TEST(Pf, RefusesAnythingElseWithFileLineColumnAndKey) {
         {"x = 2", PF_BOOLEAN, "expected true or false"},
         {"x = [1]", PF_STRING, "key 'x' is an array, expected a string"},
         {"x = [[1]]", PF_LIST, "expected a list of strings"},
+        {"x = ['A', \"C\\u0000D\"]", PF_LIST, "expected a list of strings"},
+        {"x = \"A\\u0000B\"", PF_STRING, "expected a string"},
+        {"x = inf", PF_INT, "key 'x' is the number inf, expected an integer"},
+        {"x = '0x10'", PF_INT, "expected an integer"},
+        {"x = '1,5'", PF_DOUBLE, "expected a number"},
         {"x = 3", PF_LIST, "expected a list of strings"},
         {"x = 3", PF_ARRAY, "expected a table"},
         {"y = 3", PF_INT, "test.toml:1:1: required key 'x' is missing, expected an integer"},
@@ -102,6 +109,15 @@ TEST(Pf, RefusesAnythingElseWithFileLineColumnAndKey) {
         EXPECT_EQ(parse_param(pf.get(), "x", c.kind, 1, out), -1) << c.text;
         EXPECT_THAT(log.text(), HasSubstr(c.message)) << c.text;
     }
+}
+
+TEST(Pf, TakesNonFiniteNumbersAsTomlDoes) {
+    const PfPtr pf = parsed("x = -inf\ny = nan\n");
+    double value = 0.0;
+    EXPECT_EQ(parse_param(pf.get(), "x", PF_DOUBLE, 1, &value), 1);
+    EXPECT_EQ(value, -HUGE_VAL);
+    EXPECT_EQ(parse_param(pf.get(), "y", PF_DOUBLE, 1, &value), 1);
+    EXPECT_TRUE(std::isnan(value));
 }
 
 TEST(Pf, LeavesAnAbsentOptionalKeyAlone) {
@@ -161,12 +177,28 @@ TEST(Pf, FindsFilesByNameAlongThePath) {
     }
 }
 
+// Guards against refusing long rulers of dots as endless keys.
+TEST(Pf, CountsOnlyTheDotsThatNest) {
+    const std::string dots(400, '.');
+    std::string reals = "[1.5";
+    for (int i = 0; i < 400; ++i) reals += ", 1.5";
+    reals += "]";
+    for (const std::string& text :
+         {"# " + dots + "\n", "s = '" + dots + "'\n", "s = '''\n" + dots + "''''\n",
+          "s = \"\\\"" + dots + "\"\n", "s = " + reals + "\n[a.b]\n[c]\n"}) {
+        EXPECT_NE(parsed(text), nullptr) << text;
+    }
+}
+
 TEST(Pf, RefusesFilesThatAreNotParameterFiles) {
     const TempFolder folder;
     std::string nested = "x = ";
     nested.append(100000, '[');
     std::string dotted = "a";
     for (int i = 0; i < 50000; ++i) dotted += ".a";
+    std::string both;
+    for (int i = 0; i < 200; ++i) both += "a.b.c = {";
+    ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
     const std::pair<std::string, const char*> cases[] = {
         {folder.path("absent"), "no parameter file"},
         {folder.path().string(), "no parameter file"},
@@ -175,7 +207,17 @@ TEST(Pf, RefusesFilesThatAreNotParameterFiles) {
         {folder.write("binary", std::string("\0\1\2\xff\xfe", 5)), "binary:1:"},
         {folder.write("twice", "a = 1\na = 2\n"), "twice:2:"},
         {folder.write("nested", nested), "nested:1:"},
-        {folder.write("dotted", dotted + " = 1\n"), "nested too deeply"},
+        {folder.write("dotted", "\n" + dotted + " = 1\n"), "dotted:2: tables nested too deeply"},
+        {folder.write("header", "[" + dotted + "]\n"), "nested too deeply"},
+        {folder.write("inline", "x = {" + dotted + " = 1}\n"), "nested too deeply"},
+        {folder.write("quoted", "'a,b'." + dotted + " = 1\n"), "nested too deeply"},
+        {folder.write("hidden", "x = {s = \"\"\"a\"\"\"\", " + dotted + " = 1}\n"),
+         "nested too deep"},
+        {folder.write("both", both), "nested too deeply"},
+        {folder.write("nameless", "a = 1\n\n[.a]\nb = 1\n"), "nameless:3: not valid TOML"},
+        {folder.write("utf8", "a = 1\nb = '\xff'\n"), "utf8:2:"},
+        {folder.write("range", "a = 99999999999999999999\n"), "range:1:"},
+        {folder.path("pipe"), "is not a regular file"},
     };
     for (const auto& [path, message] : cases) {
         const LogCapture log;
