@@ -141,7 +141,7 @@ void Associator::settle(const Proposal& best, Solution& solution) const {
     const auto around = const_cast<Associator*>(this)->waiting_between(
         best.scan.time - slack_, best.scan.time + slack_ + grid.rules.window, best.grid);
     for (double widen : {1.5, 1.2, 1.0, 1.0}) {
-        solution.members = locator.associate(around, solution.spot, solution.time, widen);
+        solution.members = locator.associate(around, solution, widen);
         locator.locate(solution);
     }
     // Late picks join with the wider limits of the sweep, without a say in the location.
@@ -149,7 +149,7 @@ void Associator::settle(const Proposal& best, Solution& solution) const {
     const double sweep = std::max({1.0, sp.p_max_resid_sweep / std::max(1e-9, sp.p_max_resid),
                                    sp.s_max_resid_sweep / std::max(1e-9, sp.s_max_resid)});
     std::vector<Member> located = std::move(solution.members);
-    solution.members = locator.associate(around, solution.spot, solution.time, sweep);
+    solution.members = locator.associate(around, solution, sweep);
     for (Member& member : solution.members) {
         member.defining = std::fabs(member.residual) <= locator.limit(member);
         for (const Member& old : located) {

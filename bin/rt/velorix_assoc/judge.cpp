@@ -182,7 +182,9 @@ std::vector<LeftOut> left_out_of(const SearchGrid& grid, size_t number, const So
     for (const Waiting* w : nearby) {
         if (own.count(w)) continue;
         const Role& role = w->roles[number];
-        const Times times = grid.times.times(solution.spot, role.station);
+        Times times = grid.times.times(solution.spot, role.station);
+        times.p *= 1.0 + solution.slowing;
+        times.s *= 1.0 + solution.slowing;
         const double rp = w->pick.time - solution.time - times.p;
         const double rs = w->pick.time - solution.time - times.s;
         const bool as_s =

@@ -30,6 +30,13 @@ double Locator::predicted(const Spot& spot, const Member& member) const {
     return member.phase == 'S' ? times.s : times.p;
 }
 
+Times Locator::slowed(const Solution& at, int station) const {
+    Times times = grid_.times.times(at.spot, station);
+    times.p *= 1.0 + at.slowing;
+    times.s *= 1.0 + at.slowing;
+    return times;
+}
+
 // ---- Association ----
 
 namespace {
@@ -47,22 +54,22 @@ void offer(Member& slot, const Member& offered) {
 
 }  // namespace
 
-std::vector<Member> Locator::associate(std::span<Waiting* const> picks, const Spot& spot,
-                                       double time, double widen) const {
+std::vector<Member> Locator::associate(std::span<Waiting* const> picks, const Solution& at,
+                                       double widen) const {
     std::vector<Slots> slots;
     std::vector<int> slot_of(static_cast<size_t>(grid_.times.grid().ns), -1);
     for (Waiting* waiting : picks) {
         const Role& role = waiting->roles[static_cast<size_t>(number_)];
         if (waiting->event != 0 || role.station < 0) continue;
-        const double travel = waiting->pick.time - time;
+        const double travel = waiting->pick.time - at.time;
         if (travel < 0.0 || travel > grid_.rules.window) continue;
-        int& at = slot_of[static_cast<size_t>(role.station)];
-        if (at < 0) {
-            at = static_cast<int>(slots.size());
+        int& number = slot_of[static_cast<size_t>(role.station)];
+        if (number < 0) {
+            number = static_cast<int>(slots.size());
             slots.emplace_back().station = role.station;
-            slots.back().times = grid_.times.times(spot, role.station);
+            slots.back().times = slowed(at, role.station);
         }
-        Slots& slot = slots[static_cast<size_t>(at)];
+        Slots& slot = slots[static_cast<size_t>(number)];
         Member as_p{waiting, role.station, 'P', travel - slot.times.p, 1.0, true};
         Member as_s{waiting, role.station, 'S', travel - slot.times.s, 1.0, true};
         const double p_ratio =
@@ -94,42 +101,59 @@ double Locator::weight_of(const Member& member, const Spot& spot) const {
     return 1.0 / (sigma * sigma) / (1.0 + time * time / (scale * scale));
 }
 
-double Locator::misfit(const Spot& spot, std::span<const Member> members, double& time) const {
+// Origin time and slowing by reweighted least squares from the median of the origin times. The
+// slowing is drawn to 0 by its prior deviation.
+double Locator::misfit(const Spot& spot, std::span<const Member> members, Origin& origin) const {
     origins_.clear();
-    for (const Member& m : members) origins_.push_back(m.waiting->pick.time - predicted(spot, m));
+    travels_.clear();
+    for (const Member& m : members) {
+        travels_.push_back(predicted(spot, m));
+        origins_.push_back(m.waiting->pick.time - travels_.back());
+    }
     sorted_ = origins_;
     const auto middle = sorted_.begin() + static_cast<std::ptrdiff_t>(sorted_.size() / 2);
     std::nth_element(sorted_.begin(), middle, sorted_.end());
-    double origin = *middle;
-    // A few reweighted means from the median settle the origin time of the Huber misfit.
+    const double prior = grid_.rules.velocity_sigma;
+    const double stiffness = prior > 0.0 ? 1.0 / (prior * prior) : 0.0;
+    origin = {*middle, 0.0};
     for (int round = 0; round < 4; ++round) {
-        double sum = 0.0, weights = 0.0;
+        double w1 = 0.0, wt = 0.0, wtt = stiffness, wr = 0.0, wrt = 0.0;
         for (size_t i = 0; i < members.size(); ++i) {
-            const double r = origins_[i] - origin;
-            const double x = std::fabs(r) / deviation(*grid_.search, members[i].phase);
+            const double r = origins_[i] - *middle;
+            const double now = origins_[i] - origin.time - origin.slowing * travels_[i];
+            const double x = std::fabs(now) / deviation(*grid_.search, members[i].phase);
             const double w = members[i].weight * (x > kHuber ? kHuber / x : 1.0);
-            sum += w * r;
-            weights += w;
+            w1 += w;
+            wt += w * travels_[i];
+            wtt += w * travels_[i] * travels_[i];
+            wr += w * r;
+            wrt += w * r * travels_[i];
         }
-        if (weights <= 0.0) break;
-        origin += sum / weights;
+        const double det = w1 * wtt - wt * wt;
+        if (stiffness > 0.0 && det > 0.0) {
+            origin.time = *middle + (wr * wtt - wrt * wt) / det;
+            origin.slowing = (w1 * wrt - wt * wr) / det;
+        } else if (w1 > 0.0) {
+            origin.time = *middle + wr / w1;
+        }
     }
-    double total = 0.0;
+    double total = 0.5 * stiffness * origin.slowing * origin.slowing;
     for (size_t i = 0; i < members.size(); ++i) {
         const double sigma = deviation(*grid_.search, members[i].phase);
-        total += members[i].weight * sigma * sigma * huber((origins_[i] - origin) / sigma);
+        const double r = origins_[i] - origin.time - origin.slowing * travels_[i];
+        total += members[i].weight * sigma * sigma * huber(r / sigma);
     }
-    time = origin;
     return total;
 }
 
 // The misfit often has two minima in depth; each node depth is tried.
 Spot Locator::best_depth(const Solution& solution) const {
     Spot best = solution.spot;
-    double least = std::numeric_limits<double>::infinity(), time = 0.0;
+    double least = std::numeric_limits<double>::infinity();
+    Origin origin;
     for (int32_t id = 0; id < grid_.times.grid().nd; ++id) {
         const Spot spot{solution.spot.x, solution.spot.y, static_cast<double>(id)};
-        const double value = misfit(spot, solution.members, time);
+        const double value = misfit(spot, solution.members, origin);
         if (value < least) {
             least = value;
             best = spot;
@@ -138,42 +162,44 @@ Spot Locator::best_depth(const Solution& solution) const {
     return best;
 }
 
+void Locator::search(Solution& solution) const {
+    Origin origin;
+    solution.spot = best_depth(solution);
+    double least = misfit(solution.spot, solution.members, origin);
+    for (double step = 2.0; step >= 1.0 / 16.0;) {
+        const Spot centre = solution.spot;
+        double best = least;
+        for (int n = 0; n < 27; ++n) {
+            const Spot tried = grid_.times.clamped({centre.x + step * (n % 3 - 1),
+                                                    centre.y + step * (n / 3 % 3 - 1),
+                                                    centre.z + step * (n / 9 - 1)});
+            const double value = misfit(tried, solution.members, origin);
+            if (value >= best - 1e-9) continue;
+            best = value;
+            solution.spot = tried;
+        }
+        if (best >= least) step *= 0.5;
+        least = best;
+    }
+}
+
 void Locator::locate(Solution& solution) const {
     if (solution.members.empty()) return;
     for (Member& m : solution.members) m.weight = weight_of(m, solution.spot);
-    double least = 0.0;
     if (grid_.times.movable() && grid_.rules.refine != 0 && solution.members.size() >= 4) {
-        solution.spot = best_depth(solution);
-        least = misfit(solution.spot, solution.members, solution.time);
-        for (double step = 2.0; step >= 1.0 / 16.0;) {
-            Spot best = solution.spot;
-            double best_value = least;
-            for (int n = 0; n < 27; ++n) {
-                const Spot tried = grid_.times.clamped({solution.spot.x + step * (n % 3 - 1),
-                                                        solution.spot.y + step * (n / 3 % 3 - 1),
-                                                        solution.spot.z + step * (n / 9 - 1)});
-                double time = 0.0;
-                const double value = misfit(tried, solution.members, time);
-                if (value < best_value - 1e-9) {
-                    best_value = value;
-                    best = tried;
-                }
-            }
-            if (best_value < least) {
-                least = best_value;
-                solution.spot = best;
-            } else {
-                step *= 0.5;
-            }
-        }
+        search(solution);
     }
-    misfit(solution.spot, solution.members, solution.time);
+    Origin origin;
+    misfit(solution.spot, solution.members, origin);
+    solution.time = origin.time;
+    solution.slowing = origin.slowing;
     update_residuals(solution);
 }
 
 void Locator::update_residuals(Solution& solution) const {
     for (Member& m : solution.members) {
-        m.residual = m.waiting->pick.time - solution.time - predicted(solution.spot, m);
+        m.residual = m.waiting->pick.time - solution.time -
+                     (1.0 + solution.slowing) * predicted(solution.spot, m);
     }
     const Velorix& grid = grid_.times.grid();
     const Spot& at = solution.spot;

@@ -22,8 +22,15 @@ struct Member {
 struct Solution {
     Spot spot;
     double time = 0.0;
+    double slowing = 0.0;  ///< travel times are longer by this share than the grid's
     std::vector<Member> members;
     bool on_edge = false;
+};
+
+/// Origin time and slowing that fit best at a place.
+struct Origin {
+    double time = 0.0;
+    double slowing = 0.0;
 };
 
 class Locator {
@@ -34,9 +41,10 @@ class Locator {
      * The free picks that fit a solution: at most one P and one S a station, each the one with the
      * smallest residual; no pick as both.
      * @param picks  by time; those of other events are passed over
+     * @param at     place, time and slowing
      * @param widen  factor on the residual limits
      */
-    std::vector<Member> associate(std::span<Waiting* const> picks, const Spot& spot, double time,
+    std::vector<Member> associate(std::span<Waiting* const> picks, const Solution& at,
                                   double widen) const;
 
     /**
@@ -54,15 +62,19 @@ class Locator {
     /// Limits of |residual| for association, s.
     double limit(const Member& member) const;
 
+    /// Travel times as a solution has them.
+    Times slowed(const Solution& at, int station) const;
+
   private:
-    double misfit(const Spot& spot, std::span<const Member> members, double& time) const;
+    double misfit(const Spot& spot, std::span<const Member> members, Origin& origin) const;
     double weight_of(const Member& member, const Spot& spot) const;
+    void search(Solution& solution) const;
     Spot best_depth(const Solution& solution) const;
     double predicted(const Spot& spot, const Member& member) const;
 
     const SearchGrid& grid_;
     int number_;  // of the grid
-    mutable std::vector<double> origins_;
+    mutable std::vector<double> origins_, travels_;
     mutable std::vector<double> sorted_;
 };
 

@@ -22,10 +22,11 @@ constexpr std::array<Key<int>, 6> kCounts{{{"min_p", &GridRules::min_p},
                                            {"min_stations", &GridRules::min_stations},
                                            {"refine", &GridRules::refine},
                                            {"screen_stations", &GridRules::screen_stations}}};
-constexpr std::array<Key<double>, 6> kReals{{{"min_coverage", &GridRules::min_coverage},
+constexpr std::array<Key<double>, 7> kReals{{{"min_coverage", &GridRules::min_coverage},
                                              {"max_scatter", &GridRules::max_scatter},
                                              {"window", &GridRules::window},
                                              {"step", &GridRules::step},
+                                             {"velocity_sigma", &GridRules::velocity_sigma},
                                              {"separation_time", &GridRules::separation_time},
                                              {"separation_km", &GridRules::separation_km}}};
 

@@ -22,8 +22,9 @@ struct GridRules {
     double step = 0.0;             ///< time by which the stream advances, s
     double separation_time = 0.0;  ///< events closer than both of these are one, s
     double separation_km = 0.0;
-    int refine = 1;           ///< locate between the nodes
-    int screen_stations = 0;  ///< stations nearest to a node that screening looks at
+    double velocity_sigma = 0.0;  ///< deviation of the model's slowness, a share; 0: taken as exact
+    int refine = 1;               ///< locate between the nodes
+    int screen_stations = 0;      ///< stations nearest to a node that screening looks at
 };
 
 /// How the phase labels of the picks are taken.
