@@ -38,19 +38,34 @@ void sort_run(Cell* first, Cell* last) {
     }
 }
 
-// Counts the cells of each bucket and turns the counts into starts.
-void fill_buckets(int n, double low, double scale, ClusterScratch& scratch) {
+// Puts the cells into their buckets; returns the size of the largest.
+int32_t fill_buckets(int n, double low, double scale, ClusterScratch& scratch) {
     int32_t* ends = scratch.bucket_end.data();
+    int32_t largest = 0;
     std::fill(ends, ends + n + 1, 0);
     for (int i = 0; i < n; ++i) {
         Cell& cell = scratch.cells[static_cast<size_t>(i)];
         cell.bucket = static_cast<int32_t>((cell.value - low) * scale);
         ++ends[cell.bucket + 1];
     }
-    for (int i = 0; i < n; ++i) ends[i + 1] += ends[i];
+    for (int i = 0; i < n; ++i) {
+        largest = std::max(largest, ends[i + 1]);
+        ends[i + 1] += ends[i];
+    }
     for (int i = 0; i < n; ++i) {
         const Cell& cell = scratch.cells[static_cast<size_t>(i)];
         scratch.sorted[static_cast<size_t>(ends[cell.bucket]++)] = cell;
+    }
+    return largest;
+}
+
+void sort_crowded_buckets(int n, ClusterScratch& scratch) {
+    Cell* sorted = scratch.sorted.data();
+    int32_t start = 0;
+    for (int i = 0; i < n; ++i) {
+        const int32_t end = scratch.bucket_end[static_cast<size_t>(i)];
+        if (end - start > kInsertionLimit) std::sort(sorted + start, sorted + end, before);
+        start = end;
     }
 }
 
@@ -79,13 +94,9 @@ void sort_cells(int n, ClusterScratch& scratch) {
         }
         return;
     }
-    fill_buckets(n, low, scale, scratch);
-    int32_t start = 0;
-    for (int i = 0; i < n; ++i) {
-        const int32_t end = scratch.bucket_end[static_cast<size_t>(i)];
-        if (end - start > 1) sort_run(sorted + start, sorted + end);
-        start = end;
-    }
+    if (fill_buckets(n, low, scale, scratch) > kInsertionLimit) sort_crowded_buckets(n, scratch);
+    // Within the buckets that are left most cells are in place.
+    insertion_sort(sorted, sorted + n);
 }
 
 }  // namespace velorix
