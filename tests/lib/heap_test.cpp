@@ -143,7 +143,7 @@ TEST(Heap, RefusesSizesBeyondTheFormat) {
 
 // Records read from bytes that stay in `text`, aligned.
 struct Reader {
-    explicit Reader(const std::string& text) : words((text.size() + 7) / 8) {
+    explicit Reader(const std::string& text) : words(text.size() / 8 + 1) {
         std::memcpy(words.data(), text.data(), text.size());
         count = velorix_read_buffer(words.data(), text.size(), "mem", &grids);
     }

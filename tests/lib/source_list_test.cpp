@@ -33,6 +33,8 @@ using Points = std::vector<std::array<double, 3>>;
 TEST(CoordsFile, ReadsNumbersAsWrittenAndSkipsOtherLines) {
     EXPECT_EQ(points("lat lon depth\n# note\n10 20 30 rest\n\t+1.5\t-2e1\r\n7\n0x10 .5 1e-400\n"),
               (Points{{10, 20, 30}, {1.5, -20, -5}, {16, 0.5, 0}}));
+    EXPECT_EQ(points("1e 2e+ 3\n1,2 3\n4 1,5\n-0x1p3 inf infi\n1e1e 2\n0x"),
+              (Points{{1, 2, 3}, {4, 1, -5}, {-8, HUGE_VAL, -5}}));
     EXPECT_EQ(points(""), Points{});
     EXPECT_EQ(points("1 2 3"), (Points{{1, 2, 3}}));
     // A line longer than 127 characters is read in pieces, each a line of its own.

@@ -2,7 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sqlite3.h>
+
 #include <algorithm>
+#include <sstream>
 
 #include "support/log_capture.h"
 #include "support/parameters.h"
@@ -83,18 +86,53 @@ TEST(Stations, FollowListTableAndDay) {
     for (const Case& c : cases) EXPECT_EQ(chosen(db, c.toml), c.expected) << c.toml;
 }
 
+// The flat file's rows as a SQLite table.
+std::string demo_as_sqlite(const velorix_test::TempFolder& folder) {
+    std::istringstream rows(velorix_test::read_file(kDemo + ".site"));
+    std::string statements =
+        "CREATE TABLE site (sta TEXT, ondate INTEGER, offdate INTEGER, lat REAL, lon REAL, elev "
+        "REAL); BEGIN;";
+    for (std::string row; std::getline(rows, row);) {
+        std::istringstream fields(row);
+        std::string sta, ondate, offdate, lat, lon, elev;
+        fields >> sta >> ondate >> offdate >> lat >> lon >> elev;
+        statements += "INSERT INTO site VALUES ('" + sta + "'," + ondate + "," + offdate + "," +
+                      lat + "," + lon + "," + elev + ");";
+    }
+    const std::string path = folder.path("demo.sqlite");
+    sqlite3* database = nullptr;
+    EXPECT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, (statements + "COMMIT;").c_str(), nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(database);
+    return path;
+}
+
 TEST(Stations, AreTheSameFromEveryKindOfDatabase) {
+    const velorix_test::TempFolder folder;
+    const std::string sqlite = demo_as_sqlite(folder);
+    const std::string list = "\nstations=['CASY','SUMG','ACON','NOPE','ANMO','CCIG']";
     for (const char* time : {"1965001", "1995001", "2010060", "2016237", "2023200", "all"}) {
         const std::string toml = std::string("time='") + time + "'";
         std::vector<std::string> flat = chosen(kDemo, toml);
+        EXPECT_EQ(flat, chosen(sqlite, toml)) << time;
         std::vector<std::string> fdsn = chosen(kDemo + "_fdsn.txt", toml);
         ASSERT_FALSE(fdsn.empty());
         fdsn.erase(fdsn.begin());  // the complaint about codes of two networks
         std::sort(flat.begin(), flat.end());
         std::sort(fdsn.begin(), fdsn.end());
         EXPECT_EQ(flat, fdsn) << time;
-        if (std::string(time) != "1995001") continue;
-        EXPECT_EQ(flat.size(), 85u);
+        if (std::string(time) == "1995001") {
+            EXPECT_EQ(flat.size(), 85u);
+        }
+
+        // A list gives the order itself.
+        flat = chosen(kDemo, toml + list);
+        EXPECT_EQ(flat, chosen(sqlite, toml + list)) << time;
+        fdsn = chosen(kDemo + "_fdsn.txt", toml + list);
+        ASSERT_FALSE(fdsn.empty());
+        fdsn.erase(fdsn.begin());
+        EXPECT_EQ(flat, fdsn) << time;
     }
 }
 

@@ -1,5 +1,6 @@
 #include "setupgrid/coords_file.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -94,7 +95,8 @@ const char* end_of_number(const char* first, const char* end, const char* last, 
     if (is_letter(first, last, 'n')) return first + short_name;
     if (is_letter(first, last, 'i'))
         return end - first == short_name && is_letter(end, last, 'i') ? nullptr : end;
-    if (!is_letter(end, last, exponent)) return end;
+    const bool complete = std::any_of(first, end, [&](char c) { return (c | 0x20) == exponent; });
+    if (complete || !is_letter(end, last, exponent)) return end;
     ++end;
     return end != last && (*end == '+' || *end == '-') ? end + 1 : end;
 }
@@ -107,7 +109,11 @@ bool scan_number(std::string_view& text, double& value) {
     if (negative || body.starts_with('+')) body.remove_prefix(1);
     if (body.empty() || body.front() == '-' || body.front() == '+') return false;
     const bool hexadecimal = body.starts_with("0x") || body.starts_with("0X");
-    const char* first = body.data() + (hexadecimal ? 2 : 0);
+    if (hexadecimal) {
+        body.remove_prefix(2);
+        if (body.find_first_of("0123456789abcdefABCDEF.") != 0) return false;
+    }
+    const char* first = body.data();
     const char* last = body.data() + body.size();
     double magnitude = 0.0;
     auto result = std::from_chars(

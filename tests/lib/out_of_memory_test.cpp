@@ -1,0 +1,149 @@
+// Every allocation of a grid's life fails once: the call says so, and nothing leaks or is half
+// made.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <vector>
+
+#include "platform/elog/elog.h"
+#include "setupgrid/coords_file.h"
+#include "support/allocations.h"
+#include "support/parameters.h"
+#include "support/temp_file.h"
+
+namespace {
+
+using velorix_test::GridPtr;
+using velorix_test::Heap;
+using velorix_test::TempFile;
+
+// The last log line, kept without allocation.
+struct LastLine {
+    LastLine() { elog_set_hook(keep, this); }
+    ~LastLine() { elog_set_hook(nullptr, nullptr); }
+    LastLine(const LastLine&) = delete;
+    LastLine& operator=(const LastLine&) = delete;
+    static void keep(int, int flag, const char* message, void* user) {
+        auto* self = static_cast<LastLine*>(user);
+        self->flag = flag;
+        strncpy(self->text, message, sizeof self->text - 1);
+    }
+    char text[256] = {};
+    int flag = -1;
+};
+
+// Runs `step` with its first, second, ... allocation failing until all of them succeed. `step`
+// gives whether it succeeded; a failure must end in a line that starts with `who`.
+void walk(const char* who, const std::function<bool()>& step) {
+    constexpr long most = 100000;
+    long failures = 0;
+    for (long n = 1; n < most; ++n) {
+        LastLine log;
+        const long before = velorix_test::allocation_count();
+        bool done = false;
+        {
+            const velorix_test::FailingAllocations failing(n);
+            done = step();
+        }
+        if (velorix_test::allocation_count() - before < n) {
+            EXPECT_TRUE(done) << log.text;
+            EXPECT_GT(failures, 0) << who << " allocates nothing";
+            return;
+        }
+        if (done) continue;  // an allocation that it can do without
+        ++failures;
+        EXPECT_TRUE(std::string(log.text).starts_with(std::string(who) + ":")) << n << log.text;
+    }
+    ADD_FAILURE() << who << " never succeeds";
+}
+
+const std::string kSites =
+    "AAA     2000001       -1   10.0000    0.0000    0.0000\n"
+    "BBB     2000001       -1   11.0000    0.0000    0.0000\n";
+
+TEST(OutOfMemory, NewRecord) {
+    walk("velorix_new", [] { return GridPtr(velorix_new()) != nullptr; });
+}
+
+TEST(OutOfMemory, Stations) {
+    const TempFile sites(kSites, "t.site");
+    for (const char* toml : {"time='all'", "time='2010001'\nstations=['BBB','AAA']"}) {
+        const auto pf = velorix_test::parameters(toml);
+        const GridPtr grid = velorix_test::new_grid();
+        walk("velorix_setup_stations", [&] {
+            // The same record again and again: what an earlier call left is replaced.
+            return velorix_setup_stations(grid.get(), sites.c_str(), pf.get()) == 0;
+        });
+        EXPECT_EQ(grid->ns, 2);
+        EXPECT_EQ(getarr(grid->sta_arr, "BBB"), &grid->stations[toml[6] == 'a' ? 1 : 0]);
+    }
+}
+
+std::string many_points() {
+    std::string text;
+    for (int i = 0; i < 1001; ++i) text += "1 2 3\n";  // beyond the first capacity
+    return text;
+}
+
+TEST(OutOfMemory, CoordinatesFile) {
+    const TempFile points(many_points());
+    Coords* coords = nullptr;
+    walk("read_coords", [&] { return read_coords(points.c_str(), &coords, 0.0) == 0; });
+    ASSERT_NE(coords, nullptr);
+    EXPECT_EQ(coords->npoints, 1001);
+    coords_free(coords);
+}
+
+TEST(OutOfMemory, Builders) {
+    const std::string common =
+        "method='tttaup'\nmodel='iasp91'\ncompute_P=true\ncompute_distances=true\n";
+    const TempFile points(many_points());
+    const auto file = velorix_test::parameters(common + "coords_file='" + points.path() + "'");
+    const auto array = velorix_test::parameters(common);
+    const Source source{1.0, 2.0, 3.0};
+    const GridPtr grid = velorix_test::new_grid();
+    walk("velorix_setup_readfromfile_grid",
+         [&] { return velorix_setup_readfromfile_grid(grid.get(), "g", file.get()) == 0; });
+    EXPECT_EQ(grid->sources[1000].depth, 3.0);
+    walk("velorix_setup_fromsourcearray_grid", [&] {
+        return velorix_setup_fromsourcearray_grid(grid.get(), "g", 1, &source, array.get()) == 0;
+    });
+    EXPECT_EQ(grid->nn, 1);
+}
+
+TEST(OutOfMemory, HeapAndReaders) {
+    const TempFile sites(kSites, "t.site");
+    const auto pf =
+        velorix_test::parameters("time='all'\nmethod='tttaup'\nmodel='iasp91'\ncompute_P=true\n");
+    const Source source{1.0, 2.0, 3.0};
+    const GridPtr grid = velorix_test::new_grid();
+    ASSERT_EQ(velorix_setup_stations(grid.get(), sites.c_str(), pf.get()), 0);
+    ASSERT_EQ(velorix_setup_fromsourcearray_grid(grid.get(), "g", 1, &source, pf.get()), 0);
+    Heap heap;
+    walk("velorix_create_heap", [&] { return heap.pack(grid.get()) > 0; });
+    Heap small;
+    walk("velorix_create_heap", [&] {
+        // A buffer that cannot grow is gone; the caller starts with a new one.
+        if (!small.bytes) {
+            small.bytes = static_cast<char*>(std::malloc(8));
+            small.capacity = 8;
+        }
+        const int size = small.pack(grid.get());
+        EXPECT_EQ(size > 0, small.bytes != nullptr);
+        return size > 0;
+    });
+    EXPECT_EQ(small.text().substr(384), heap.text().substr(384));
+
+    const TempFile file(heap.text() + heap.text());
+    Tbl* grids = nullptr;
+    walk("velorix_read_file", [&] { return velorix_read_file(file.c_str(), &grids) == 2; });
+    freetbl(grids, velorix_release);
+    walk("velorix_read_file", [&] {
+        return velorix_read_buffer(heap.bytes, static_cast<uint64_t>(heap.size), "mem", &grids) ==
+               1;
+    });
+    freetbl(grids, velorix_release);
+}
+
+}  // namespace
