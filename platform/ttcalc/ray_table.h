@@ -71,6 +71,17 @@ class RayTable {
         const size_t at = static_cast<size_t>(row) * blocks_.size() + static_cast<size_t>(block);
         return {windows_[at].nearest, windows_[at + blocks_.size()].farthest};
     }
+    /// Distances between which a sample of a block arrives. REQUIRES: covers(block, row).
+    Window sample_window(int row, int sample) const {
+        const size_t n = p_.size(), at = static_cast<size_t>(row) * n + static_cast<size_t>(sample);
+        const size_t surface = static_cast<size_t>(row_of(profile_.surface_level)) * n;
+        const double end = legs_[surface + static_cast<size_t>(sample)].x;
+        return {legs_[at].x + end, legs_[at + n].x + end};
+    }
+    bool covers(const Block& block, int row) const {
+        return level_of_row_[static_cast<size_t>(row)] >= block.start_level &&
+               row < row_of(profile_.surface_level);
+    }
     /// Upper limit of the distance of rays that leave a source in a row upward to the surface.
     double farthest_up(int row) const { return farthest_up_[static_cast<size_t>(row)]; }
     int row_of(int level) const { return row_of_level_[static_cast<size_t>(level)]; }

@@ -83,14 +83,35 @@ class Search {
         const Run run = pair_.downgoing(block);
         if (run.count < 2) return;
         folded = folded && run.kind != Run::Kind::kDiffracted;
-        Ray before = lifted(run, 0);
+        const int row = pair_.row();
+        const bool windows = run.kind == Run::Kind::kSampled && pair_.table().covers(block, row);
+        Ray before{};
+        int ready = -1;  // the ray that `before` holds
         for (int i = 1; i < run.count; ++i) {
+            if (windows && !may_hold(block, block.first + i, direct, folded)) continue;
+            if (ready != i - 1) before = lifted(run, i - 1);
             const Ray ray = lifted(run, i);
             const Segment segment(before, ray, pair_.shape(run, i - 1));
             if (direct) add(run, segment, distance_, false);
             if (folded) add(run, segment, 2.0 * kPi - distance_, true);
             before = ray;
+            ready = i;
         }
+    }
+
+    // Whether the interval that ends with a sample can reach the distance, from the table's rows
+    // above and below the source alone. A caustic inside goes beyond both ends by less than the
+    // margin.
+    bool may_hold(const Block& block, int sample, bool direct, bool folded) const {
+        const RayTable& table = pair_.table();
+        const Window a = table.sample_window(pair_.row(), sample - 1);
+        const Window b = table.sample_window(pair_.row(), sample);
+        const double margin = 1e-4 + std::fabs(a.nearest - b.nearest);
+        const double lift = lift_.is_flat() ? 0.0 : block.highest_x;
+        const Window window{std::min(a.nearest, b.nearest) - margin,
+                            std::max(a.farthest, b.farthest) + margin + lift};
+        return (direct && contains(window, distance_)) ||
+               (folded && contains(window, 2.0 * kPi - distance_));
     }
 
     const Pair& pair_;

@@ -57,11 +57,42 @@ struct SineCosine {
     }
 };
 
+// Eta at the source in the layers above and below it, of the latest depth asked for.
+struct SourceEta {
+    const OpenModel* model = nullptr;
+    double radius = 0.0;
+    double above[2] = {}, below[2] = {};  // by family
+
+    void set(const OpenModel& open, double r) {
+        if (model == &open && radius == r) return;
+        model = &open;
+        radius = r;
+        for (const Family family : {Family::kP, Family::kS}) {
+            const RayTable& table = open.table(family);
+            const Station end = table.locate(r);
+            above[static_cast<int>(family)] = table.eta_above(end);
+            below[static_cast<int>(family)] = table.eta_below(end);
+        }
+    }
+
+    // dT/d(source depth), s/km: the vertical slowness at the source, negative for a ray that leaves
+    // it downward. A ray arrives at the upper end from below, whichever way it left the lower one.
+    double depth_slowness(const Arrival& arrival, double receiver) const {
+        const bool upward = arrival.upward && radius <= receiver;
+        const int family = static_cast<int>(arrival.family);
+        const double eta = upward ? above[family] : below[family];
+        const double vertical =
+            std::sqrt(std::max(0.0, (eta - arrival.p) * (eta + arrival.p))) / radius;
+        return upward ? vertical : -vertical;
+    }
+};
+
 struct State {
     std::map<std::string, std::unique_ptr<OpenModel>> models;
     OpenModel* model = nullptr;
     char model_name[kModelLength + 1] = "";
     SineCosine source_lat, receiver_lat;
+    SourceEta source_eta;
     double distance = 0.0;           // rad
     double east = 0.0, north = 0.0;  // direction of propagation at the receiver
     std::vector<Arrival> arrivals;
@@ -158,19 +189,6 @@ bool calculate(State& state, const char* method, const char* model, const char* 
     return true;
 }
 
-// dT/d(source depth), s/km: the vertical slowness at the source, negative for a ray that leaves it
-// downward. A ray arrives at the upper end from below, whichever way it left the lower one.
-double depth_slowness(const OpenModel& model, const Arrival& arrival, double source,
-                      double receiver) {
-    const RayTable& table = model.table(arrival.family);
-    const Station end = table.locate(source);
-    const bool upward = arrival.upward && source <= receiver;
-    const double eta = upward ? table.eta_above(end) : table.eta_below(end);
-    const double vertical =
-        std::sqrt(std::max(0.0, (eta - arrival.p) * (eta + arrival.p))) / source;
-    return upward ? vertical : -vertical;
-}
-
 template <class Call>
 int guarded(const char* caller, Call call) noexcept {
     try {
@@ -187,14 +205,14 @@ int guarded(const char* caller, Call call) noexcept {
 int fill_times(State& state, const TTGeometry& geometry, Tbl** times) {
     const size_t n = state.arrivals.size();
     if (!state.times.resize(n)) throw std::bad_alloc();
-    const double source = kEarthRadius - geometry.source.z;
     const double receiver = kEarthRadius - geometry.receiver.z;
+    state.source_eta.set(*state.model, kEarthRadius - geometry.source.z);
     for (size_t i = 0; i < n; ++i) {
         const Arrival& arrival = state.arrivals[i];
         TTTime& time = state.times.records[i];
         time.value = arrival.t;
         time.deriv[0] = arrival.p * kDegree;
-        time.deriv[1] = depth_slowness(*state.model, arrival, source, receiver);
+        time.deriv[1] = state.source_eta.depth_slowness(arrival, receiver);
         time.deriv[2] = 0.0;
         memcpy(time.phase, phase_name(arrival.family, arrival.branch).data(), sizeof time.phase);
     }
