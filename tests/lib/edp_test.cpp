@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <map>
 #include <vector>
 
 #include "laid_out_grid.h"
+#include "support/allocations.h"
 #include "support/log_capture.h"
 
 namespace {
@@ -291,6 +293,36 @@ TEST(StationWindow, AGridWithoutStationsCanBeComputedAndAsked) {
         EXPECT_EQ(velorix_get_minmax_distance(grid.get(), &low, &high), 0);
         EXPECT_EQ(low, 7.0);
         EXPECT_EQ(high, 8.0);
+    }
+}
+
+// The last log line, kept without allocation.
+void keep_line(int, int, const char* message, void* user) {
+    std::snprintf(static_cast<char*>(user), 200, "%s", message);
+}
+
+TEST(StationWindow, EveryAllocationThatFailsIsSaidAndLeavesNothingHalfMade) {
+    const PfPtr pf = parameters(text({{"pxstamax", "150"}}));
+    for (long n = 1;; ++n) {
+        ASSERT_LT(n, 10000);
+        const GridPtr grid = four_stations();
+        char line[200] = "";
+        elog_set_hook(keep_line, line);
+        int result = 0;
+        {
+            const FailingAllocations failing(n);
+            result = velorix_setup_edp_grid(grid.get(), "grid", pf.get());
+        }
+        elog_set_hook(nullptr, nullptr);
+        EXPECT_EQ(maxarr(grid->sta_arr), grid->ns) << n;
+        EXPECT_EQ(getarr(grid->sta_arr, "B"), &grid->stations[1]) << n;
+        if (result == 0) {
+            EXPECT_EQ(codes(*grid), "ABC");
+            EXPECT_GT(n, 10);
+            return;
+        }
+        EXPECT_THAT(line, testing::StartsWith("velorix_setup_edp_grid: ")) << n;
+        EXPECT_EQ(grid->ns, 4) << n;
     }
 }
 
