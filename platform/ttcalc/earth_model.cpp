@@ -23,6 +23,9 @@ bool to_number(std::string_view token, double& value) {
     return status == std::errc() && end == token.data() + token.size() && std::isfinite(value);
 }
 
+// Sampling the rays takes time in proportion to the square of the rows.
+constexpr size_t kMostRows = 3000;
+
 std::string quoted(std::string_view token) {
     constexpr size_t kLongest = 40;
     std::string text(1, '\'');
@@ -123,6 +126,7 @@ class Parser {
         if (point.vp < 1e-3 || point.vp > 1e3 || (point.vs > 0.0 && point.vs < 1e-3)) {
             return fail("velocities must lie between 0.001 and 1000 km/s");
         }
+        if (points.size() >= kMostRows) return fail("a model has at most 3000 rows");
         points.push_back(point);
         return true;
     }
