@@ -3,6 +3,7 @@
 #include <random>
 #include <vector>
 
+#include "grsubs/cluster.h"
 #include "support/literal_search.h"
 #include "velorix_pvt.h"
 
@@ -133,6 +134,32 @@ TEST(FindCluster, AgreesWithTheLiteralSearchOnRandomCases) {
         ASSERT_EQ(slow.cluster.first, fast.cluster.first);
         ASSERT_EQ(slow.cluster.variance, fast.cluster.variance);
         ASSERT_EQ(slow.data, fast.data);
+    }
+}
+
+// A scan keeps its scratch, which starts from the last node's order; ties must not depend on it.
+TEST(BestCluster, DoesNotDependOnWhatWasSearchedBefore) {
+    std::mt19937 random(3);
+    velorix::ClusterScratch scratch;
+    ASSERT_TRUE(scratch.reserve(60, 60, 60));
+    Problem problem = {std::vector<double>(60), {}, {}, {}, 1.0, 1.0};
+    for (int i = 0; i < 60; ++i) {
+        problem.data[size_t(i)] = 100 + 0.5 * (random() % 60);
+        problem.group.push_back(i / 2);
+        problem.subgroup.push_back(i);
+    }
+    for (int node = 0; node < 500; ++node) {
+        for (double& value : problem.data) {
+            if (random() % 8 == 0) value += 0.5 * (random() % 3) - 0.5;
+        }
+        const velorix::Cluster warm =
+            velorix::best_cluster({60, problem.data.data(), nullptr, problem.group.data(),
+                                   problem.subgroup.data(), 60, 60},
+                                  problem.dwin, problem.prewin, scratch);
+        const Answer slow = solve_literally(problem);
+        ASSERT_EQ(slow.cluster.score, warm.score);
+        ASSERT_EQ(slow.cluster.first, warm.first);
+        for (size_t k = 0; k < 60; ++k) ASSERT_EQ(slow.data[k] != 0, scratch.member[k] != 0);
     }
 }
 

@@ -3,6 +3,7 @@
 // The cluster search at its plainest: every slot and record is cleared at every start. Yardstick
 // for the results and the speed of the product's.
 #include <algorithm>
+#include <cstdlib>
 #include <vector>
 
 #include "velorix_pvt.h"
@@ -15,6 +16,15 @@ struct LiteralCluster {
     double variance = 0;
 };
 
+/// By value, equal values by candidate number.
+inline int literal_order(const void* first, const void* second) {
+    const auto* a = static_cast<const bufsort*>(first);
+    const auto* b = static_cast<const bufsort*>(second);
+    const int order = mycmp(a, b);
+    if (order != 0) return order;
+    return a->data_ptr < b->data_ptr ? -1 : a->data_ptr > b->data_ptr ? 1 : 0;
+}
+
 inline LiteralCluster literal_find_cluster(int n, double* data, double* weight, const int* group,
                                            const int* subgroup, double dwin, double prewin) {
     LiteralCluster best;
@@ -25,9 +35,7 @@ inline LiteralCluster literal_find_cluster(int n, double* data, double* weight, 
     for (int i = 0; i < n; ++i) {
         buf[size_t(i)] = {data + i, weight ? weight + i : nullptr, group[i], subgroup[i], 0, 0};
     }
-    std::sort(buf.begin(), buf.begin() + n, [](const bufsort& a, const bufsort& b) {
-        return *a.data_ptr != *b.data_ptr ? *a.data_ptr < *b.data_ptr : a.data_ptr < b.data_ptr;
-    });
+    qsort(buf.data(), size_t(n), sizeof(bufsort), literal_order);
     const double h = (0.5 * dwin) * (0.5 * dwin);
     for (int i = 0; i < n; ++i) {
         std::fill(groups.begin(), groups.end(), nullptr);

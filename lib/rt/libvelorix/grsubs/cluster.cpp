@@ -40,8 +40,7 @@ void resize_points(ClusterScratch& scratch, size_t count) {
 }
 
 void load_sorted(const Candidates& in, ClusterScratch& s) {
-    for (int k = 0; k < in.n; ++k) s.cells[size_t(k)] = {in.value[k], k, 0};
-    sort_cells(in.n, s);
+    sort_candidates(in.n, in.value, s);
     for (int i = 0; i < in.n; ++i) {
         const auto& cell = s.sorted[size_t(i)];
         s.value[size_t(i)] = cell.value;

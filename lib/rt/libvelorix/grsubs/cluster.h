@@ -40,6 +40,7 @@ struct ClusterScratch {
     };
     std::vector<Cell> cells;
     std::vector<Cell> sorted;
+    int nsorted = 0;  // candidates whose numbers `sorted` holds
     std::vector<int32_t> bucket_end;
     std::vector<double> value;  // of the sorted candidates, and so on
     std::vector<double> weight;

@@ -4,9 +4,9 @@
 
 namespace velorix {
 
-/// Sorts the first `n` of scratch.cells into scratch.sorted, ascending by value, equal values by
-/// candidate number. Allocates nothing.
-void sort_cells(int n, ClusterScratch& scratch);
+/// Sorts `n` values into scratch.sorted, ascending, equal values by candidate number. Allocates
+/// nothing. The result does not depend on what was sorted before; the time does.
+void sort_candidates(int n, const double* value, ClusterScratch& scratch);
 
 }  // namespace velorix
 #endif
