@@ -144,13 +144,13 @@ TEST(BestCluster, DoesNotDependOnWhatWasSearchedBefore) {
     ASSERT_TRUE(scratch.reserve(60, 60, 60));
     Problem problem = {std::vector<double>(60), {}, {}, {}, 1.0, 1.0};
     for (int i = 0; i < 60; ++i) {
-        problem.data[size_t(i)] = 100 + 0.5 * (random() % 60);
+        problem.data[size_t(i)] = 100 + 0.5 * static_cast<int>(random() % 60);
         problem.group.push_back(i / 2);
         problem.subgroup.push_back(i);
     }
     for (int node = 0; node < 500; ++node) {
         for (double& value : problem.data) {
-            if (random() % 8 == 0) value += 0.5 * (random() % 3) - 0.5;
+            if (random() % 8 == 0) value += 0.5 * static_cast<int>(random() % 3) - 0.5;
         }
         const velorix::Cluster warm =
             velorix::best_cluster({60, problem.data.data(), nullptr, problem.group.data(),
