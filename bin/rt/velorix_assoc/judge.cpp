@@ -187,8 +187,11 @@ std::vector<LeftOut> left_out_of(const SearchGrid& grid, size_t number, const So
         times.s *= 1.0 + solution.slowing;
         const double rp = w->pick.time - solution.time - times.p;
         const double rs = w->pick.time - solution.time - times.s;
-        const bool as_s =
-            times.s >= 0.0 && std::fabs(rs) / sp.s_max_resid < std::fabs(rp) / sp.p_max_resid;
+        // The phase the pick may be comes first; another one is named when only that would fit.
+        const double p_ratio = std::fabs(rp) / sp.p_max_resid;
+        const double s_ratio = times.s >= 0.0 ? std::fabs(rs) / sp.s_max_resid : 2.0 * kNear;
+        const bool may_p = role.p && p_ratio <= kNear, may_s = role.s && s_ratio <= kNear;
+        const bool as_s = may_p == may_s ? s_ratio < p_ratio : may_s;
         const double residual = as_s ? rs : rp;
         const double limit = as_s ? sp.s_max_resid : sp.p_max_resid;
         if (std::fabs(residual) > kNear * limit) continue;

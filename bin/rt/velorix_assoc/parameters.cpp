@@ -60,13 +60,50 @@ double slowness(const GridTimes& times, bool s_wave) {
     return *high;
 }
 
+/// Longest P and S times that matter, s.
+struct Reach {
+    double p, s;
+};
+
+// Of a dense network inside its mesh an event needs the nearest stations only: the times to the
+// kNearest-th of them, at four nodes of five. Otherwise (few stations, or a mesh seen from afar)
+// all.
+Reach reach_of(const GridTimes& times, double max_p, double max_s) {
+    constexpr size_t kNearest = 40;
+    const Velorix& grid = times.grid();
+    int inside = 0;
+    for (int is = 0; is < grid.ns; ++is) {
+        inside += velorix_inside(&grid, grid.stations[is].lat, grid.stations[is].lon);
+    }
+    if (!times.movable() || grid.ns < 2 * static_cast<int>(kNearest) || 2 * inside < grid.ns) {
+        return {max_p, max_s};
+    }
+    std::vector<double> p, s, row(static_cast<size_t>(grid.ns));
+    const auto nth = [](std::vector<double>& values, size_t n) {
+        std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(n),
+                         values.end());
+        return values[n];
+    };
+    for (int64_t node = 0; node < times.nodes();
+         node += std::max<int64_t>(1, times.nodes() / 300)) {
+        for (bool s_wave : {false, true}) {
+            for (int is = 0; is < grid.ns; ++is) {
+                const Times at = times.node_times(node, is);
+                row[static_cast<size_t>(is)] = s_wave ? at.s : at.p;
+            }
+            (s_wave ? s : p).push_back(nth(row, kNearest));
+        }
+    }
+    return {nth(p, p.size() * 4 / 5), nth(s, s.size() * 4 / 5)};
+}
+
 bool read(Pf* node, const char* key, int kind, void* out) {
     return parse_param(node, key, kind, 0, out) >= 0;
 }
 
 bool check(const GridRules& r, const std::string& name) {
     const auto refuse = [&](const char* key, const char* what) {
-        return fail("velorix-assoc: grids." + name + "." + key + ": " + what);
+        return fail("velorix-assoc: events." + name + "." + key + ": " + what);
     };
     for (const auto& key : kCounts) {
         if (r.*key.field < 0) return refuse(key.name, "must not be negative");
@@ -84,23 +121,24 @@ bool check(const GridRules& r, const std::string& name) {
 
 }  // namespace
 
-Pf* ParameterFile::grid(const std::string& name) const {
-    Pf *grids = nullptr, *node = nullptr;
-    if (!root || parse_param(root, "grids", PF_ARRAY, 0, &grids) != 1) return nullptr;
-    return parse_param(grids, name.c_str(), PF_ARRAY, 0, &node) == 1 ? node : nullptr;
+Pf* ParameterFile::section(const char* table, const std::string& name) const {
+    Pf *all = nullptr, *node = nullptr;
+    if (!root || parse_param(root, table, PF_ARRAY, 0, &all) != 1) return nullptr;
+    return parse_param(all, name.c_str(), PF_ARRAY, 0, &node) == 1 ? node : nullptr;
 }
 
 void derive_defaults(const GridTimes& times, SearchParams& sp, GridRules& rules) {
     double min_p = 0.0, max_p = 0.0, min_s = 0.0, max_s = 0.0;
     velorix_get_minmax_ttimes(&times.grid(), &min_p, &max_p, &min_s, &max_s);
     const bool with_s = times.grid().S_times != nullptr;
-    const double longest = std::max(max_p, max_s);
+    const Reach reach = reach_of(times, max_p, max_s);
+    const double longest = std::max(reach.p, reach.s);
     // An event is at most half a cell's diagonal from a node; models err by about half a percent of
     // the travel time, and by a few tenths of a second near the surface.
     const double offset_km = 0.5 * std::sqrt(2.0) * times.spacing_km();
     const double p_cell = offset_km * slowness(times, false);
     const double s_cell = with_s ? offset_km * slowness(times, true) : 0.0;
-    const double p_model = 0.4 + 0.003 * max_p, s_model = 0.6 + 0.004 * std::max(0.0, max_s);
+    const double p_model = 0.4 + 0.003 * reach.p, s_model = 0.6 + 0.004 * std::max(0.0, reach.s);
     sp.cluster_twin = std::max(0.5, p_model + p_cell + s_cell);
     sp.cluster_prewin = 0.0;
     sp.p_max_resid = p_model + 0.5 * p_cell;
@@ -125,9 +163,15 @@ void derive_defaults(const GridTimes& times, SearchParams& sp, GridRules& rules)
 
 bool read_grid_rules(const ParameterFile& file, const std::string& name, SearchParams* sp,
                      GridRules& rules) {
-    Pf* node = file.grid(name);
+    Pf* engine = file.section("grids", name);
+    if (engine && velorix_search_from_pf(sp, engine) != 0) return false;
+    Pf* node = file.section("events", name);
     if (!node) return true;
-    if (velorix_search_from_pf(sp, node) != 0) return false;
+    std::vector<const char*> known;
+    for (const auto& key : kCounts) known.push_back(key.name);
+    for (const auto& key : kReals) known.push_back(key.name);
+    pf_complain_unknown(node, ("events." + name).c_str(), known.data(),
+                        static_cast<int>(known.size()));
     for (const auto& key : kCounts) {
         if (!read(node, key.name, PF_INT, &(rules.*key.field))) return false;
     }
@@ -161,14 +205,16 @@ bool read_program_rules(const ParameterFile& file, ProgramRules& rules) {
 
 void complain_unknown_keys(const ParameterFile& file, const std::vector<std::string>& grids) {
     if (!file.root) return;
-    constexpr std::array<const char*, 3> kTop{"grids", "reuse_picks", "phase_labels"};
+    constexpr std::array<const char*, 4> kTop{"grids", "events", "reuse_picks", "phase_labels"};
     pf_complain_unknown(file.root, "the parameter file", kTop.data(),
                         static_cast<int>(kTop.size()));
-    Pf* node = nullptr;
-    if (parse_param(file.root, "grids", PF_ARRAY, 0, &node) != 1) return;
     std::vector<const char*> names;
     for (const std::string& grid : grids) names.push_back(grid.c_str());
-    pf_complain_unknown(node, "grids", names.data(), static_cast<int>(names.size()));
+    for (const char* table : {"grids", "events"}) {
+        Pf* node = nullptr;
+        if (parse_param(file.root, table, PF_ARRAY, 0, &node) != 1) continue;
+        pf_complain_unknown(node, table, names.data(), static_cast<int>(names.size()));
+    }
 }
 
 std::string show_program_rules(const ProgramRules& rules) {
@@ -253,9 +299,10 @@ void show_lists(std::string& out, const SearchParams& sp) {
 
 std::string show_grid_rules(const std::string& name, const SearchParams& sp,
                             const GridRules& rules) {
-    std::string out = "\n[grids." + quoted(name.c_str()) + "]\n";
+    std::string out = "\n[events." + quoted(name.c_str()) + "]\n";
     for (const auto& key : kCounts) line(out, key.name, rules.*key.field);
     for (const auto& key : kReals) line(out, key.name, rules.*key.field);
+    out += "\n[grids." + quoted(name.c_str()) + "]\n";
     line(out, "cluster_twin", sp.cluster_twin);
     line(out, "cluster_prewin", sp.cluster_prewin);
     line(out, "p_max_resid", sp.p_max_resid);

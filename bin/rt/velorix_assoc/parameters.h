@@ -47,8 +47,9 @@ struct ParameterFile {
     ParameterFile() = default;
     ParameterFile(const ParameterFile&) = delete;
     ParameterFile& operator=(const ParameterFile&) = delete;
-    /// The node of a grid; null when the file has none.
-    Pf* grid(const std::string& name) const;
+    /// The node of a grid in a table: `grids` holds the engine's parameters, `events` the program's
+    /// own. Null when the file has none.
+    Pf* section(const char* table, const std::string& name) const;
 };
 
 /// Values for both records that follow from the grid alone.

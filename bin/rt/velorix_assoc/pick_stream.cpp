@@ -110,7 +110,7 @@ bool PickStream::survey_input(Input& input) {
 void PickStream::refill(Input& input) {
     std::string error;
     while (!input.ended &&
-           (input.heap.empty() || input.heap.top().time > input.newest - input.disorder)) {
+           (input.heap.empty() || input.heap.top().time >= input.newest - input.disorder)) {
         Pick pick;
         const ReadResult result = input.reader->next(pick, error);
         if (result == ReadResult::end) input.ended = true;

@@ -23,7 +23,6 @@ int SearchGrid::station_of(const Pick& pick) const {
 }
 
 bool GridSet::load(const std::vector<std::string>& paths, const ParameterFile& file, int threads) {
-    by_name_.reset(newarr(nullptr));
     for (const std::string& path : paths) {
         Tbl* list = nullptr;
         if (velorix_read_file(path.c_str(), &list) < 0) return fail(path + ": no grids read");
@@ -36,6 +35,7 @@ bool GridSet::load(const std::vector<std::string>& paths, const ParameterFile& f
 }
 
 bool GridSet::add(Velorix* grid, const ParameterFile& file, int threads) {
+    if (!by_name_) by_name_.reset(newarr(nullptr));
     const std::string name(grid->name, strnlen(grid->name, VELORIX_NAME_SIZE));
     if (getarr(by_name_.get(), name.c_str())) {
         return fail("velorix-assoc: two grids are called '" + name + "'");

@@ -60,13 +60,14 @@ class GridSet {
   public:
     /// Loads the grids of all files and gives each its parameters. False after a logged line.
     bool load(const std::vector<std::string>& paths, const ParameterFile& file, int threads);
+    /// Adds one grid, which stays the caller's and must outlive the set.
+    bool add(Velorix* grid, const ParameterFile& file, int threads);
     std::vector<SearchGrid>& grids() { return grids_; }
     const std::vector<SearchGrid>& grids() const { return grids_; }
     /// SearchParams by grid name, as the engine wants them.
     Arr* by_name() const { return by_name_.get(); }
 
   private:
-    bool add(Velorix* grid, const ParameterFile& file, int threads);
     struct FreeArr {
         void operator()(Arr* arr) const { freearr(arr, nullptr); }
     };
