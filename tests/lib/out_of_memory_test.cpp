@@ -139,7 +139,7 @@ TEST(OutOfMemory, HeapAndReaders) {
     Tbl* grids = nullptr;
     walk("velorix_read_file", [&] { return velorix_read_file(file.c_str(), &grids) == 2; });
     freetbl(grids, velorix_release);
-    walk("velorix_read_file", [&] {
+    walk("velorix_read_buffer", [&] {
         return velorix_read_buffer(heap.bytes, static_cast<uint64_t>(heap.size), "mem", &grids) ==
                1;
     });

@@ -1,6 +1,7 @@
 #include "setupgrid/coords_file.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -151,6 +152,7 @@ bool read_points(FILE* file, Coords& coords, double depth) {
         double point[3] = {0.0, 0.0, depth};
         const int count = scan_point(line, point);
         if (count == kInputFailure) {
+            errno = EINVAL;  // the scan itself leaves whatever was there
             elog_log(1, "read_coords: scanf(%s) error.\n", line);
             return false;
         }

@@ -29,7 +29,7 @@ __attribute__((format(printf, 3, 4))) bool fault(const HeapPlace& place, uint64_
     for (char* c = what; *c; ++c) {
         if (static_cast<unsigned char>(*c) < ' ' || *c == 0x7f) *c = '?';
     }
-    elog_log(0, "velorix_read_file: %s: byte %llu: %s\n", place.label,
+    elog_log(0, "%s: %s: byte %llu: %s\n", place.who, place.label,
              static_cast<unsigned long long>(place.offset + byte), what);
     return false;
 }

@@ -7,7 +7,8 @@ namespace velorix {
 
 /// Where a heap stands, for messages.
 struct HeapPlace {
-    const char* label;
+    const char* who;    // the function that reads
+    const char* label;  // of the file or buffer
     uint64_t offset;  // of the heap in its file
 };
 

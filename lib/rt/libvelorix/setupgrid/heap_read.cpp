@@ -145,10 +145,10 @@ void set_pointers(Velorix& grid, char* heap) {
     grid.sta_arr = nullptr;
 }
 
-// One heap at `offset`; null after a logged line.
-GridPtr read_heap(char* bytes, uint64_t nbytes, uint64_t offset, const char* label,
+// The heap at a place; null after a logged line.
+GridPtr read_heap(char* bytes, uint64_t nbytes, const HeapPlace& place,
                   const std::shared_ptr<Backing>& backing) {
-    const HeapPlace place{label, offset};
+    const uint64_t offset = place.offset;
     GridPtr grid(new_owned_grid());
     if (!grid) throw std::bad_alloc();
     grid->backing = backing;
@@ -160,18 +160,18 @@ GridPtr read_heap(char* bytes, uint64_t nbytes, uint64_t offset, const char* lab
     return grid;
 }
 
-int read_all(char* bytes, uint64_t nbytes, const char* label,
-             const std::shared_ptr<Backing>& backing, Tbl** grids) {
+int read_all(char* bytes, uint64_t nbytes, HeapPlace place, const std::shared_ptr<Backing>& backing,
+             Tbl** grids) {
     if (nbytes == 0) {
-        elog_log(0, "velorix_read_file: %s: byte 0: the file is empty.\n", label);
+        elog_log(0, "%s: %s: byte 0: the file is empty.\n", place.who, place.label);
         return -1;
     }
     Grids list(newtbl(4));
     if (!list) throw std::bad_alloc();
-    for (uint64_t offset = 0; offset < nbytes;) {
-        GridPtr grid = read_heap(bytes, nbytes, offset, label, backing);
+    while (place.offset < nbytes) {
+        GridPtr grid = read_heap(bytes, nbytes, place, backing);
         if (!grid) return -1;
-        offset += static_cast<uint64_t>(grid->size);
+        place.offset += static_cast<uint64_t>(grid->size);
         Velorix* record = grid.get();
         if (settbl(list.get(), -1, record) < 0) throw std::bad_alloc();
         static_cast<void>(grid.release());
@@ -180,8 +180,8 @@ int read_all(char* bytes, uint64_t nbytes, const char* label,
     return maxtbl(*grids);
 }
 
-int out_of_memory() {
-    elog_log(1, "velorix_read_file: malloc() error.\n");
+int out_of_memory(const char* who) {
+    elog_log(1, "%s: malloc() error.\n", who);
     return -1;
 }
 
@@ -192,9 +192,11 @@ extern "C" int velorix_read_file(const char* path, Tbl** grids) {
     *grids = nullptr;
     try {
         const auto bytes = velorix::bytes_of(path);
-        return bytes ? velorix::read_all(bytes->bytes(), bytes->size(), path, bytes, grids) : -1;
+        if (!bytes) return -1;
+        return velorix::read_all(bytes->bytes(), bytes->size(), {"velorix_read_file", path, 0},
+                                 bytes, grids);
     } catch (const std::bad_alloc&) {
-        return velorix::out_of_memory();
+        return velorix::out_of_memory("velorix_read_file");
     }
 }
 
@@ -205,9 +207,10 @@ extern "C" int velorix_read_buffer(void* buffer, uint64_t nbytes, const char* la
         return -1;
     }
     try {
-        return velorix::read_all(static_cast<char*>(buffer), nbytes, label,
+        return velorix::read_all(static_cast<char*>(buffer), nbytes,
+                                 {"velorix_read_buffer", label, 0},
                                  std::make_shared<velorix::CallersBytes>(), grids);
     } catch (const std::bad_alloc&) {
-        return velorix::out_of_memory();
+        return velorix::out_of_memory("velorix_read_buffer");
     }
 }

@@ -160,8 +160,10 @@ bool fill_stations(Choice& choice, Velorix& grid) {
     if (!fits_size_field("velorix_setup_stations", "the station array", bytes)) return false;
     CArray<Station> list = make_c_array<Station>(choice.accepted.size());
     if (!list) throw std::bad_alloc();
+    // From here on the map may lead into the array, so the record owns it at once.
+    replace_array(grid.stations, std::move(list));
     for (int32_t i = 0; i < count; ++i) {
-        Station& station = list[static_cast<size_t>(i)];
+        Station& station = grid.stations[i];
         choice.table.record = choice.accepted[static_cast<size_t>(i)];
         if (dbgetv(choice.table, nullptr, "sta", station.sta, "lat", &station.lat, "lon",
                    &station.lon, "elev", &station.elev, static_cast<char*>(nullptr)) == dbINVALID) {
@@ -173,7 +175,6 @@ bool fill_stations(Choice& choice, Velorix& grid) {
     }
     grid.ns = static_cast<int32_t>(count);
     grid.stsize = static_cast<int32_t>(bytes);
-    replace_array(grid.stations, std::move(list));
     return true;
 }
 
