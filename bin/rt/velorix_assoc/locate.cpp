@@ -162,6 +162,25 @@ Spot Locator::best_depth(const Solution& solution) const {
     return best;
 }
 
+// On a general mesh the nodes around the scan's best one, at every depth: the scan counts picks
+// within a window, the misfit tells the nodes apart that gather the same picks.
+void Locator::search_nodes(Solution& solution) const {
+    constexpr double kAround = 3.0;  // degrees
+    const Position centre = grid_.times.position(solution.spot);
+    Origin origin;
+    double least = misfit(solution.spot, solution.members, origin);
+    for (int64_t node = 0; node < grid_.times.nodes(); ++node) {
+        const Spot spot = grid_.times.spot_of(node);
+        const Position at = grid_.times.position(spot);
+        if (std::fabs(at.lat - centre.lat) > kAround) continue;
+        if (path_between(centre, at.lat, at.lon).delta > kAround) continue;
+        const double value = misfit(spot, solution.members, origin);
+        if (value >= least - 1e-9) continue;
+        least = value;
+        solution.spot = spot;
+    }
+}
+
 void Locator::search(Solution& solution) const {
     Origin origin;
     solution.spot = best_depth(solution);
@@ -186,8 +205,12 @@ void Locator::search(Solution& solution) const {
 void Locator::locate(Solution& solution) const {
     if (solution.members.empty()) return;
     for (Member& m : solution.members) m.weight = weight_of(m, solution.spot);
-    if (grid_.times.movable() && grid_.rules.refine != 0 && solution.members.size() >= 4) {
-        search(solution);
+    if (grid_.rules.refine != 0 && solution.members.size() >= 4) {
+        if (grid_.times.movable()) {
+            search(solution);
+        } else {
+            search_nodes(solution);
+        }
     }
     Origin origin;
     misfit(solution.spot, solution.members, origin);

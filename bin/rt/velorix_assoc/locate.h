@@ -69,6 +69,7 @@ class Locator {
     double misfit(const Spot& spot, std::span<const Member> members, Origin& origin) const;
     double weight_of(const Member& member, const Spot& spot) const;
     void search(Solution& solution) const;
+    void search_nodes(Solution& solution) const;
     Spot best_depth(const Solution& solution) const;
     double predicted(const Spot& spot, const Member& member) const;
 

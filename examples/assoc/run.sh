@@ -1,0 +1,20 @@
+#!/bin/sh
+# From stations and picks to a catalogue: computes the grid and prints the events of half an hour.
+#   sh examples/assoc/run.sh [OUTPUT_FOLDER]
+# VELORIX_BIN names the folder of the programs (default: the release build).
+set -eu
+root=$(cd "$(dirname "$0")/../.." && pwd)
+bin=${VELORIX_BIN:-$root/build/release/bin}
+out=${1:-$root/demo-out}
+mkdir -p "$out"
+out=$(cd "$out" && pwd)
+cd "$root/examples/assoc"
+echo "== examples/assoc/velorix.toml -> italy.vxg"
+"$bin/velorix" stations.txt > "$out/italy.vxg.part" 2> "$out/italy.log" || {
+    cat "$out/italy.log" >&2
+    rm -f "$out/italy.vxg.part"
+    exit 1
+}
+mv "$out/italy.vxg.part" "$out/italy.vxg"
+echo "== velorix-assoc --grids italy.vxg --picks examples/assoc/picks.csv"
+"$bin/velorix-assoc" --grids "$out/italy.vxg" --picks picks.csv
