@@ -132,7 +132,7 @@ void CsvReader::settle_id(std::span<const std::string> header) {
 
 std::string CsvReader::get(const std::vector<std::string>& fields, Column column) const {
     if (at_[column] < 0) return {};
-    std::string text = fields[static_cast<size_t>(at_[column])];
+    const std::string& text = fields[static_cast<size_t>(at_[column])];
     return text == "--" || text == "-" ? std::string() : text;
 }
 
