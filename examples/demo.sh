@@ -65,3 +65,7 @@ echo "P and S from the Fiji earthquake to the first stations (velorix-info --tim
 echo
 # shellcheck disable=SC2086
 "$bin/velorix-info" --brief $files
+
+# From stations and picks to a catalogue of real events.
+echo
+VELORIX_BIN=$bin sh "$root/examples/assoc/run.sh" "$out"

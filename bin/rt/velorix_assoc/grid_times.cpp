@@ -87,8 +87,9 @@ Spot GridTimes::clamped(const Spot& spot) const {
 Spot GridTimes::spot_of(int64_t node) const {
     if (!movable()) return {static_cast<double>(node), 0.0, 0.0};
     const int64_t layer = node % grid_->nh;
-    return {static_cast<double>(layer % grid_->nx), static_cast<double>(layer / grid_->nx),
-            static_cast<double>(node / grid_->nh)};
+    const int64_t row = layer / grid_->nx, depth = node / grid_->nh;
+    return {static_cast<double>(layer % grid_->nx), static_cast<double>(row),
+            static_cast<double>(depth)};
 }
 
 Position GridTimes::position(const Spot& spot) const {
