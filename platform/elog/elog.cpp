@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -21,8 +22,10 @@ struct LogState {
 };
 
 LogState& state() {
-    // Never destroyed: lines may still be logged while static objects are being torn down.
-    static LogState* const instance = new LogState;
+    // Never destroyed: lines may still be logged while static objects are being torn down. Never
+    // allocated: the first line may be the one that says that memory has run out.
+    alignas(LogState) static std::byte storage[sizeof(LogState)];
+    static LogState* const instance = new (storage) LogState;
     return *instance;
 }
 
