@@ -5,7 +5,7 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: all help deps configure demo demo-global test bench accuracy lint install clean
+.PHONY: all help deps configure programs demo demo-global test bench accuracy lint install clean
 
 all: configure
 	@cmake --build $(BUILD) -j $(JOBS)
@@ -31,10 +31,13 @@ configure: deps
 test: all
 	@ctest --preset $(PRESET) -j $(JOBS)
 
-demo: all
+programs: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target velorix velorix-info velorix-assoc
+
+demo: programs
 	@sh examples/demo.sh
 
-demo-global: all
+demo-global: programs
 	@sh examples/demo.sh global
 
 bench: all
