@@ -9,7 +9,7 @@ namespace velorix {
 struct HeapPlace {
     const char* who;    // the function that reads
     const char* label;  // of the file or buffer
-    uint64_t offset;  // of the heap in its file
+    uint64_t offset;    // of the heap in its file
 };
 
 /**
