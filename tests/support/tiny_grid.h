@@ -71,7 +71,8 @@ class TinyGrid {
         for (int i = 0; i < grid.nh; ++i) {
             // On a general mesh depths alternate, so that neighbouring nodes differ.
             const double depth = regular ? depths_[0] : depths_[size_t(i) % depths_.size()];
-            sources_.push_back({(i / o.nx) * o.spacing, (i % o.nx) * o.spacing, depth});
+            const int row = i / o.nx;
+            sources_.push_back({row * o.spacing, (i % o.nx) * o.spacing, depth});
         }
         grid.sources = sources_.data();
         grid.depths = depths_.data();
