@@ -60,6 +60,14 @@ TEST(FindCluster, PenalisesStationsJustBeforeTheWindow) {
     EXPECT_EQ((std::vector<double>{0.0, 0.0, 99.8}), answer.data);
 }
 
+// The bound of a placement adds its terms in another order than its score.
+TEST(FindCluster, KeepsSimultaneousPicksBehindAnEarlierOne) {
+    const Answer answer =
+        solve({{99.5, 100.0, 100.0, 100.0, 100.0}, {}, {0, 1, 2, 3, 4}, {0, 1, 2, 3, 4}, 0.3, 1.0});
+    EXPECT_EQ(0.9 + 4 - 1, answer.cluster.score);
+    EXPECT_EQ((std::vector<double>{0.0, 100.0, 100.0, 100.0, 100.0}), answer.data);
+}
+
 TEST(FindCluster, RowsWithKnownMembers) {
     struct Row {
         const char* what;

@@ -65,6 +65,7 @@ double coverage_of(const SearchGrid& grid, const Solution& solution) {
     std::set<int> with;
     for (const Member& m : solution.members) with.insert(m.station);
     std::vector<double> reached;
+    reached.reserve(with.size());
     for (int station : with) reached.push_back(grid.times.times(solution.spot, station).p);
     if (reached.empty()) return 0.0;
     const auto middle = reached.begin() + static_cast<std::ptrdiff_t>(reached.size() / 2);

@@ -189,9 +189,9 @@ void Locator::search(Solution& solution) const {
         const Spot centre = solution.spot;
         double best = least;
         for (int n = 0; n < 27; ++n) {
-            const Spot tried = grid_.times.clamped({centre.x + step * (n % 3 - 1),
-                                                    centre.y + step * (n / 3 % 3 - 1),
-                                                    centre.z + step * (n / 9 - 1)});
+            const int dx = n % 3 - 1, dy = n / 3 % 3 - 1, dz = n / 9 - 1;
+            const Spot tried = grid_.times.clamped(
+                {centre.x + step * dx, centre.y + step * dy, centre.z + step * dz});
             const double value = misfit(tried, solution.members, origin);
             if (value >= best - 1e-9) continue;
             best = value;

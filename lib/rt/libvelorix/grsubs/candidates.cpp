@@ -94,6 +94,8 @@ int64_t enter_node(const NodeTables& tables, std::span<StationObs* const> statio
         observations += std::max(station->nobs, 0);
         if (tables.has_distances() && tables.has_station(station->is)) {
             station->distance = tables.distance(station->is);
+            // A broken table entry sorts last and lies beyond every cut-off.
+            if (std::isnan(station->distance)) station->distance = HUGE_VAL;
         }
     }
     return observations;

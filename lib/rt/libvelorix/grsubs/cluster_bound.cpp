@@ -69,10 +69,10 @@ bool set_group_weights(const Candidates& in, ClusterScratch& scratch) {
 }
 
 /// Covers the rounding of the sliding sums and of the score's own sums, each of at most 4 n terms.
+/// Counts are exact, but a bonus is added to them and a penalty taken off in another order.
 double rounding_slack(const Candidates& in) {
-    if (!in.weight) return 0;
-    double total = 0;
-    for (int i = 0; i < in.n; ++i) total += in.weight[i];
+    double total = in.weight ? 0 : in.n;
+    for (int i = 0; in.weight && i < in.n; ++i) total += in.weight[i];
     return 16 * (in.n + 4.0) * std::numeric_limits<double>::epsilon() * (total + 1);
 }
 

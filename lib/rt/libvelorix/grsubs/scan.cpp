@@ -135,7 +135,7 @@ bool scannable(const SearchParams& sp, const Tbl* stao_tbl) {
         fault = "nxd or nyd outside the mesh";
     }
     if (!fault) return true;
-    elog_log(0, "velorix_scan_grid: %s for grid %s.\n", fault, name_text(grid.name).c_str());
+    elog_log(0, "velorix_scan_grid: %s for grid %s.\n", fault, NameText(grid.name).text);
     return false;
 }
 

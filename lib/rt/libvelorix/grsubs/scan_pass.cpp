@@ -85,12 +85,12 @@ int run_single(SearchParams& sp, Tbl* stao_tbl) {
 
 /// Gives every worker a fresh copy of the table. False after a logged line.
 bool hand_out_tables(SearchParams& sp, Tbl* stao_tbl) {
-    const std::string name = name_text(sp.velorix->name);
+    const NameText name(sp.velorix->name);
     for (int i = 0; i < sp.number_threads; ++i) {
         auto* thread = static_cast<SearchThread*>(gettbl(sp.threads_tbl, i));
         if (!thread) {
             elog_log(0, "velorix_scan_grid_comp: no SearchThread %d of %d for grid %s.\n", i,
-                     sp.number_threads, name.c_str());
+                     sp.number_threads, name.text);
             return false;
         }
         ++thread->cycle;
@@ -99,7 +99,7 @@ bool hand_out_tables(SearchParams& sp, Tbl* stao_tbl) {
         thread->stao_tbl = velorix_copy_stao_tbl(stao_tbl);
         if (!thread->stao_tbl) {
             elog_log(0, "velorix_scan_grid_comp: velorix_copy_stao_tbl() error for grid %s.\n",
-                     name.c_str());
+                     name.text);
             return false;
         }
     }
@@ -112,7 +112,7 @@ int run_threads(SearchParams& sp, Tbl* stao_tbl) {
     if (done == sp.number_threads) return 0;
     return elog_log(0,
                     "velorix_scan_grid_comp: pmtcomp_processthreads(ret=%ld) error for grid %s.\n",
-                    done, name_text(sp.velorix->name).c_str()),
+                    done, NameText(sp.velorix->name).text),
            -1;
 }
 

@@ -145,7 +145,8 @@ int group_picks(Tbl* picktbl, Arr** stao_arr, bool with_arid, bool reprocess, bo
         if (!station) return -1;
         add_observation(*station, pick, with_arid, keep_picks);
     }
-    if (*stao_arr && maxarr(*stao_arr) == 0) {
+    const bool nothing = maxtbl(picktbl) == 0 || maxarr(*stao_arr) == 0;
+    if (*stao_arr && nothing) {
         freearr(*stao_arr, nullptr);
         *stao_arr = nullptr;
     }
