@@ -372,7 +372,8 @@ int velorix_fill_plist(Pf* pf_phases, Tbl** picktbl, int dbloc2);
  * @param[in]     picktbl   picks; they must outlive the map
  * @param[in,out] stao_arr  map from station name to StationObs, made when null, extended otherwise;
  *                          release it with velorix_free_staobs_arr. A map left without any station
- * is released and set to null.
+ *                          is released and set to null; an empty pick list releases the map without
+ *                          its stations, which stay the caller's
  * @param[in]     dbloc2    non-zero: observations carry arrival identifiers
  * @param[in]     reprocess non-zero: picks already part of a solution (`used`) are left out
  * @return 0, or -1 after a logged line (what was grouped before stays)
