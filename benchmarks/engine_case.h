@@ -9,8 +9,9 @@
 
 namespace velorix_benchmark {
 
-inline velorix_test::TinyGridOptions mesh() {
+inline velorix_test::TinyGridOptions mesh(int type) {
     velorix_test::TinyGridOptions options;
+    options.type = type;
     options.nx = options.ny = 41;
     options.spacing = 0.025;
     options.depths = {10.0};
@@ -19,8 +20,8 @@ inline velorix_test::TinyGridOptions mesh() {
 
 class EngineCase {
   public:
-    EngineCase(int nstations, int npicks, int threads = 1)
-        : grid_(velorix_test::ring_of_stations(nstations), mesh()), search(grid_.grid) {
+    EngineCase(int nstations, int npicks, int threads = 1, int type = VELORIX_TYPE_3D)
+        : grid_(velorix_test::ring_of_stations(nstations), mesh(type)), search(grid_.grid) {
         std::mt19937 random(1);
         std::normal_distribution<double> scatter(0, 0.2);
         std::uniform_real_distribution<double> anywhere(-150, 150);

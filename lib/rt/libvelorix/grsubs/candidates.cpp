@@ -8,15 +8,6 @@
 namespace velorix {
 namespace {
 
-// Beyond both curves' ends every weight is 0, so no station there can matter.
-double cutoff_distance(const SearchParams& sp) {
-    if (sp.use_dwt == 0 || sp.use_dwts == 0) return 360.0;
-    const weights_& p_end = sp.p_weights[sp.use_dwt - 1];
-    const weights_& s_end = sp.s_weights[sp.use_dwts - 1];
-    if (p_end.weight != 0.0 || s_end.weight != 0.0) return 360.0;
-    return std::max(p_end.distance, s_end.distance);
-}
-
 // Distance first, then station number: the order must not depend on the nodes visited before.
 bool nearer(StationObs* a, StationObs* b) {
     const int order = mydistcompare(&a, &b, nullptr);
@@ -86,6 +77,14 @@ class Builder {
 };
 
 }  // namespace
+
+double cutoff_distance(const SearchParams& sp) {
+    if (sp.use_dwt == 0 || sp.use_dwts == 0) return 360.0;
+    const weights_& p_end = sp.p_weights[sp.use_dwt - 1];
+    const weights_& s_end = sp.s_weights[sp.use_dwts - 1];
+    if (p_end.weight != 0.0 || s_end.weight != 0.0) return 360.0;
+    return std::max(p_end.distance, s_end.distance);
+}
 
 int64_t enter_node(const NodeTables& tables, std::span<StationObs* const> stations) {
     int64_t observations = 0;

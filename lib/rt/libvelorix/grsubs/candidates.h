@@ -18,6 +18,10 @@ struct CandidateCounts {
 /// Sets the stations' distances and clears their flags; returns the number of their observations.
 int64_t enter_node(const NodeTables& tables, std::span<StationObs* const> stations);
 
+/// Beyond this (degrees) no station takes part in a search of the closest stations: both weight
+/// curves have come down to 0.
+double cutoff_distance(const SearchParams& sp);
+
 /// Sorts a table by distance (`stations` holds the same entries) and excludes the stations beyond
 /// the nearest sp.closest_stations or beyond the end of both weight curves.
 void keep_nearest(const SearchParams& sp, Tbl* stao_tbl, std::span<StationObs*> stations);

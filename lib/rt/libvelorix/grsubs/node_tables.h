@@ -30,6 +30,10 @@ class NodeTables {
     /// Place of the pair in the grid's distance table. REQUIRES: has_station(is).
     int64_t distance_entry(int is) const { return samples_ ? samples_[is] : row_ + is; }
     double distance(int is) const { return distances_[distance_entry(is)]; }
+    /// Whether times are read at p_row()[is] and s_row()[is]; a row is null without its table.
+    bool pair_times() const { return !samples_; }
+    const float* p_row() const { return p_times_ ? p_times_ + row_ : nullptr; }
+    const float* s_row() const { return s_times_ ? s_times_ + row_ : nullptr; }
     /// Travel times, seconds; 0.0 from a table that the grid does not carry.
     double p_time(int is) const { return time(p_times_, is); }
     double s_time(int is) const { return time(s_times_, is); }

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "grsubs/node_search.h"
 #include "grsubs/scan_pass.h"
 #include "grsubs/table_index.h"
 #include "platform/elog/elog.h"
@@ -12,23 +13,10 @@
 namespace velorix {
 namespace {
 
-/// The best node so far.
-struct Solution {
-    Node node{-1, -1, 0};
-    double zmax = kNoScore;
-    double f = 0;
-    double ncluster = 0;
-    double std = 0;
-    double time = 0;
-};
-
-/// A full pass at a depth. False after a logged line.
-bool full_pass(SearchParams& sp, Tbl* stao_tbl, int32_t depth, Solution& out) {
-    out.node.id = depth;
-    if (velorix_scan_grid_comp(&sp, stao_tbl, depth, &out.f, &out.ncluster, &out.std, &out.time,
-                               &out.node.ix, &out.node.iy, &out.zmax) == 0) {
-        return true;
-    }
+/// A full pass at a depth where a score is known to be reached, or kNoScore. False after a logged
+/// line.
+bool full_pass(SearchParams& sp, Tbl* stao_tbl, int32_t depth, double reached, PassBest& out) {
+    if (scan_depth(sp, stao_tbl, depth, reached, out) == 0) return true;
     elog_log(0, "velorix_scan_grid: velorix_scan_grid_comp() error.\n");
     return false;
 }
@@ -40,48 +28,59 @@ int32_t block_start(int32_t centre, int32_t count, int32_t size) {
 }
 
 /// Searches the depths below the first in blocks that follow the best node of the depth above.
+/// REQUIRES: a full pass has gone before, so that the first SearchThread is there.
 class BlockScan {
   public:
-    BlockScan(SearchParams& sp, Tbl* stao_tbl, Solution& best)
-        : sp_(sp), stao_tbl_(stao_tbl), best_(best), cx_(best.node.ix), cy_(best.node.iy) {}
+    BlockScan(SearchParams& sp, Tbl* stao_tbl, PassBest& best)
+        : sp_(sp),
+          search_(sp, *static_cast<SearchThread*>(gettbl(sp.threads_tbl, 0)), 0, stao_tbl),
+          best_(best),
+          cx_(best.node.ix),
+          cy_(best.node.iy) {}
 
     bool scan_depth(int32_t depth) {
+        if (scan_block(depth)) return true;
+        elog_log(0, "velorix_scan_grid: node_backproj_3dgrid() error.\n");
+        return false;
+    }
+
+  private:
+    bool scan_block(int32_t depth) {
         const Velorix& grid = *sp_.velorix;
         const int32_t j0 = block_start(cy_, sp_.nyd, grid.ny);
         const int32_t i0 = block_start(cx_, sp_.nxd, grid.nx);
         sp_.idepth = depth;
+        // The event shows at the block's centre, so its score is a high bar for the others.
+        double bar = kNoScore;
+        if (search_.selective() && !search_.score({cx_, cy_, depth}, bar, bar)) return false;
         double depth_best = kNoScore;
         for (int32_t j = j0; j < j0 + sp_.nyd; ++j) {
             for (int32_t i = i0; i < i0 + sp_.nxd; ++i) {
-                if (!score_node({i, j, depth}, depth_best)) return false;
+                if (!look_at({i, j, depth}, bar, depth_best)) return false;
             }
         }
         return true;
     }
 
-  private:
-    bool score_node(const Node& node, double& depth_best) {
-        double etime = 0;
-        double width = 0;
-        double score = 0;
-        double variance = 0;
-        if (velorix_node_backproj(&sp_, 0, node.ix, node.iy, node.id, stao_tbl_, &etime, &width,
-                                  &score, &variance) < 0) {
-            elog_log(0, "velorix_scan_grid: node_backproj_3dgrid() error.\n");
-            return false;
-        }
-        if (score > depth_best) {
-            depth_best = score;
+    bool look_at(const Node& node, double& bar, double& depth_best) {
+        NodeResult found;
+        if (!search_.search(node, bar, depth_best, found)) return false;
+        if (found.score > depth_best) {
+            depth_best = found.score;
+            bar = std::max(bar, depth_best);
             cx_ = node.ix;
             cy_ = node.iy;
         }
-        if (score > best_.zmax) best_ = {node, score, score, score, std::sqrt(variance), etime};
+        if (found.score > best_.zmax) {
+            best_ = {node,       found.score, found.score, found.score, std::sqrt(found.variance),
+                     found.etime};
+        }
         return true;
     }
 
     SearchParams& sp_;
-    Tbl* stao_tbl_;
-    Solution& best_;
+    NodeSearch search_;
+    PassBest& best_;
     int32_t cx_;
     int32_t cy_;
 };
@@ -97,16 +96,15 @@ void note_final_depth(SearchParams& sp) {
     std::memcpy(sp.grid_type_string + length, kText, sizeof kText);
 }
 
-bool final_pass(SearchParams& sp, Tbl* stao_tbl, int32_t depth, Solution& best) {
+bool final_pass(SearchParams& sp, Tbl* stao_tbl, int32_t depth, PassBest& best) {
     note_final_depth(sp);
-    best = {};
-    return full_pass(sp, stao_tbl, depth, best);
+    return full_pass(sp, stao_tbl, depth, best.zmax, best);
 }
 
-bool scan_regular(SearchParams& sp, Tbl* stao_tbl, Solution& best) {
+bool scan_regular(SearchParams& sp, Tbl* stao_tbl, PassBest& best) {
     const int32_t nd = sp.velorix->nd;
     if (nd == 1) return final_pass(sp, stao_tbl, 0, best);
-    if (!full_pass(sp, stao_tbl, 0, best)) return false;
+    if (!full_pass(sp, stao_tbl, 0, kNoScore, best)) return false;
     BlockScan blocks(sp, stao_tbl, best);
     for (int32_t depth = 1; depth < nd; ++depth) {
         if (!blocks.scan_depth(depth)) return false;
@@ -114,9 +112,9 @@ bool scan_regular(SearchParams& sp, Tbl* stao_tbl, Solution& best) {
     return best.node.id == 0 || final_pass(sp, stao_tbl, best.node.id, best);
 }
 
-bool scan(SearchParams& sp, Tbl* stao_tbl, Solution& best) {
+bool scan(SearchParams& sp, Tbl* stao_tbl, PassBest& best) {
     if (sp.velorix->mode == VELORIX_MODE_REGULAR) return scan_regular(sp, stao_tbl, best);
-    return full_pass(sp, stao_tbl, 0, best);
+    return full_pass(sp, stao_tbl, 0, kNoScore, best);
 }
 
 /// Whether there is something to scan; logs what is not.
@@ -178,7 +176,7 @@ extern "C" int velorix_scan_grid(SearchParams* sp, Tbl* stao_tbl, double* f, dou
                                  double* std, double* stduw, double* lat, double* lon,
                                  double* depth, double* time, int32_t* ix, int32_t* iy,
                                  int32_t* id) {
-    velorix::Solution best;
+    velorix::PassBest best;
     if (!velorix::scannable(*sp, stao_tbl) || !velorix::scan(*sp, stao_tbl, best)) return -1;
     if (!velorix::evaluate(*sp, stao_tbl, best.node, time, std, stduw)) return -1;
     const velorix::Position position = velorix::position_of(*sp->velorix, best.node);

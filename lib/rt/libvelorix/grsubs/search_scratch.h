@@ -1,14 +1,18 @@
 #ifndef VELORIX_GRSUBS_SEARCH_SCRATCH_H
 #define VELORIX_GRSUBS_SEARCH_SCRATCH_H
 // What one worker needs per node: grows, is reused, never shrinks.
+#include <atomic>
 #include <vector>
 
 #include "grsubs/cluster.h"
+#include "grsubs/node_scores.h"
 #include "velorix_pvt.h"
 
 struct SearchScratch {
     velorix::ClusterScratch cluster;
     std::vector<StationObs*> stations;  // of the table at hand, in its order
+    velorix::NodeScores scores;
+    std::atomic<double>* bar = nullptr;  // score that workers of a pass have reached; null: alone
 };
 
 namespace velorix {

@@ -1,0 +1,61 @@
+#include "grsubs/node_search.h"
+
+#include <new>
+
+#include "grsubs/search_scratch.h"
+
+namespace velorix {
+namespace {
+
+bool list_stations(Tbl* stao_tbl, std::vector<StationObs*>& stations) try {
+    stations.clear();
+    for (int i = 0, n = maxtbl(stao_tbl); i < n; ++i) {
+        stations.push_back(static_cast<StationObs*>(gettbl(stao_tbl, i)));
+    }
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+}  // namespace
+
+NodeSearch::NodeSearch(SearchParams& sp, SearchThread& thread, int32_t thread_index, Tbl* stao_tbl)
+    : sp_(sp), thread_index_(thread_index), stao_tbl_(stao_tbl), scratch_(scratch_of(thread)) {
+    if (!scratch_ || !list_stations(stao_tbl, scratch_->stations)) return;
+    NodeScores& scores = scratch_->scores;
+    if (scores.prepare(sp, scratch_->stations, scratch_->cluster)) scores_ = &scores;
+}
+
+bool NodeSearch::score(const Node& node, double bar, double& score) {
+    score = kNoScore;
+    if (scores_) {
+        if (!scores_->may_reach(NodeTables(*sp_.velorix, node), bar)) return true;
+        const NodeScores::Score found = scores_->score(bar, scratch_->cluster);
+        score = found.value;
+        if (found.kind != NodeScores::Kind::kUnknown) return true;
+    }
+    NodeResult result;
+    if (!search_fully(node, result)) return false;
+    score = result.score;
+    return true;
+}
+
+bool NodeSearch::search(const Node& node, double bar, double best, NodeResult& result) {
+    if (scores_) {
+        if (!scores_->may_reach(NodeTables(*sp_.velorix, node), bar)) return true;
+        const NodeScores::Score found = scores_->score(bar, scratch_->cluster);
+        const bool settled = found.kind == NodeScores::Kind::kBelow ||
+                             (found.kind == NodeScores::Kind::kExact && !(found.value > best));
+        if (settled) return true;
+    }
+    return search_fully(node, result);
+}
+
+bool NodeSearch::search_fully(const Node& node, NodeResult& result) {
+    double cluster_width = 0;
+    return velorix_node_backproj(&sp_, thread_index_, node.ix, node.iy, node.id, stao_tbl_,
+                                 &result.etime, &cluster_width, &result.score,
+                                 &result.variance) == 0;
+}
+
+}  // namespace velorix

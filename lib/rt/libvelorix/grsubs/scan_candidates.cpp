@@ -1,0 +1,96 @@
+#include "grsubs/scan_candidates.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velorix {
+namespace {
+
+// Differences of two arrivals and a travel time stay far from the ends of 32 bits.
+constexpr double kMostTicks = 1 << 29;
+
+// A float counts them one by one.
+constexpr size_t kMostCandidates = 1 << 23;
+
+}  // namespace
+
+bool ScanCandidates::build(const SearchParams& sp, std::span<StationObs* const> stations) {
+    if (!list(sp, stations) || !set_ticks(sp.cluster_twin)) return false;
+    arrange();
+    return true;
+}
+
+// The conditions are those of one node's search, but for the weights: a curve may change them.
+bool ScanCandidates::list(const SearchParams& sp, std::span<StationObs* const> stations) {
+    slots.clear();
+    listed_.clear();
+    nsubgroups = 0;
+    for (StationObs* station : stations) {
+        if (station->is < 0 || station->is >= sp.velorix->ns) return false;
+        if (sp.sta_defining_arr && !getarr(sp.sta_defining_arr, station->sta)) continue;
+        list_station(sp, *station);
+    }
+    return true;
+}
+
+void ScanCandidates::list_station(const SearchParams& sp, StationObs& station) {
+    const auto number = static_cast<int32_t>(slots.size());
+    const bool try_p = station.p_weight_initial > 0;
+    const bool try_s = station.s_weight_initial > 0 && sp.try_S != 0;
+    for (int i = 0; i < station.nobs; ++i) {
+        const sta_obs2& obs = *station.obs[i];
+        const bool p = try_p && obs.useforP != 0;
+        const bool s = try_s && obs.useforS != 0;
+        if (!p && !s) continue;
+        if (p) listed_.push_back({obs.time, number, nsubgroups, false});
+        if (s) listed_.push_back({obs.time, number, nsubgroups, true});
+        ++nsubgroups;
+    }
+    const bool any = !listed_.empty() && listed_.back().slot == number;
+    if (any) slots.push_back(&station);
+}
+
+bool ScanCandidates::set_ticks(double cluster_twin) {
+    ticks_per_second = (1 << kTickBits) * kBinsPerWindow / cluster_twin;
+    if (!(ticks_per_second > 0) || !std::isfinite(ticks_per_second)) return false;
+    if (listed_.empty()) return true;
+    if (listed_.size() > kMostCandidates) return false;
+    double first = listed_.front().time;
+    double last = first;
+    for (const Candidate& c : listed_) {
+        if (!std::isfinite(c.time)) return false;
+        first = std::min(first, c.time);
+        last = std::max(last, c.time);
+    }
+    if (!((last - first) * ticks_per_second < kMostTicks)) return false;
+    arrival.resize(listed_.size());
+    for (size_t k = 0; k < listed_.size(); ++k) {
+        arrival[k] = static_cast<int32_t>((listed_[k].time - first) * ticks_per_second);
+    }
+    return true;
+}
+
+void ScanCandidates::arrange() {
+    n = static_cast<int>(listed_.size());
+    np = static_cast<int>(
+        std::count_if(listed_.begin(), listed_.end(), [](const Candidate& c) { return !c.is_s; }));
+    ngroups = 2 * static_cast<int>(slots.size());
+    const std::vector<int32_t> listed_arrival(arrival);
+    for (auto* array : {&slot, &is, &group, &subgroup, &order}) array->resize(listed_.size());
+    time.resize(listed_.size());
+    int next_p = 0;
+    int next_s = np;
+    for (size_t k = 0; k < listed_.size(); ++k) {
+        const Candidate& c = listed_[k];
+        const auto place = static_cast<size_t>(c.is_s ? next_s++ : next_p++);
+        order[k] = static_cast<int32_t>(place);
+        arrival[place] = listed_arrival[k];
+        time[place] = c.time;
+        slot[place] = c.slot;
+        is[place] = slots[size_t(c.slot)]->is;
+        group[place] = 2 * c.slot + (c.is_s ? 1 : 0);
+        subgroup[place] = c.subgroup;
+    }
+}
+
+}  // namespace velorix
