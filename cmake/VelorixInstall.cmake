@@ -1,12 +1,17 @@
 # What `make install` copies beside the libraries and headers, and how other builds find them.
+# Components: programs, library (the shared one), development.
 include(CMakePackageConfigHelpers)
 
 foreach(program velorix velorix-info velorix-assoc)
-    if(TARGET ${program})
-        install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-    endif()
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT programs)
 endforeach()
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT programs)
+
+foreach(page velorix.1 velorix-info.1 velorix-assoc.1 velorix-grid.5 velorix.toml.5)
+    string(REGEX MATCH "[0-9]$" section ${page})
+    install(FILES ${PROJECT_SOURCE_DIR}/docs/man/${page}
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT programs)
+endforeach()
 
 # The share folder, and the same folder in the build tree for programs that run from there.
 set(share_folder ${CMAKE_INSTALL_DATADIR}/velorix)
@@ -15,24 +20,24 @@ file(MAKE_DIRECTORY ${build_share})
 foreach(pair models=platform/ttcalc/models examples=examples)
     string(REGEX MATCH "^(.*)=(.*)$" matched ${pair})
     set(folder ${PROJECT_SOURCE_DIR}/${CMAKE_MATCH_2})
-    if(EXISTS ${folder})
-        file(CREATE_LINK ${folder} ${build_share}/${CMAKE_MATCH_1} SYMBOLIC)
-        install(DIRECTORY ${folder}/ DESTINATION ${share_folder}/${CMAKE_MATCH_1}
-            PATTERN CMakeLists.txt EXCLUDE)
-    endif()
+    file(CREATE_LINK ${folder} ${build_share}/${CMAKE_MATCH_1} SYMBOLIC)
+    install(DIRECTORY ${folder}/ DESTINATION ${share_folder}/${CMAKE_MATCH_1}
+        COMPONENT programs PATTERN CMakeLists.txt EXCLUDE)
 endforeach()
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/velorix)
-install(EXPORT velorix NAMESPACE velorix:: FILE velorixTargets.cmake DESTINATION ${package_folder})
+install(EXPORT velorix NAMESPACE velorix:: FILE velorixTargets.cmake DESTINATION ${package_folder}
+    COMPONENT development)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/velorixConfig.cmake.in
     ${CMAKE_BINARY_DIR}/velorixConfig.cmake INSTALL_DESTINATION ${package_folder})
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/velorixConfigVersion.cmake
     COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/velorixConfig.cmake ${CMAKE_BINARY_DIR}/velorixConfigVersion.cmake
-    DESTINATION ${package_folder})
+    DESTINATION ${package_folder} COMPONENT development)
 
 # A moved installation stays usable: pkg-config works the prefix out from where the file lies.
 file(RELATIVE_PATH prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" prefix_from_pc "${prefix_from_pc}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/velorix.pc.in ${CMAKE_BINARY_DIR}/velorix.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/velorix.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_BINARY_DIR}/velorix.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT development)
