@@ -11,14 +11,24 @@ namespace {
 
 using namespace velorix::db;
 
-enum Table { kSite = 0, kAffiliation = 1, kTables = 2 };
-constexpr const char* kTableNames[kTables] = {"site", "affiliation"};
+// Tables by number: these two, then those of a catalogue.
+enum Table { kSite = 0, kAffiliation = 1, kFirstOfCatalogue = 2, kTables = 7 };
+constexpr const char* kStationTables[] = {"site", "affiliation"};
 
 struct Database {
     Place place;
     Tables tables;
+    Rows catalogue[kTables];
     std::optional<Read> state[kTables];  // nothing until the table is looked up
 };
+
+const Schema& schema_of(int table) {
+    return catalogue_schemas()[static_cast<size_t>(table - kFirstOfCatalogue)];
+}
+
+const char* name_of(int table) {
+    return table < kFirstOfCatalogue ? kStationTables[table] : schema_of(table).name;
+}
 
 // Open databases by handle; a closed one leaves an empty place.
 std::vector<std::unique_ptr<Database>>& databases() {
@@ -45,18 +55,36 @@ int insert(std::unique_ptr<Database> database) {
 
 int table_number(const char* name) {
     for (int i = 0; i < kTables; ++i) {
-        if (std::strcmp(name, kTableNames[i]) == 0) return i;
+        if (std::strcmp(name, name_of(i)) == 0) return i;
     }
     return -1;
 }
 
-// Reads a table once; its state says what came of it.
-void load(Database& database, int table) {
-    if (database.state[table]) return;
+Read read_catalogue(const Place& place, const Schema& schema, Rows& rows) {
+    switch (place.format) {
+        case Format::css:
+            return read_css(place.path, schema, rows);
+        case Format::sqlite:
+            return read_sqlite(place.path, schema, rows);
+        case Format::fdsn:
+            break;
+    }
+    elog_log(0, "dblookup: %s: a station text has no table %s\n", place.path.c_str(), schema.name);
+    return Read::absent;
+}
+
+void load_catalogue(Database& database, int table) {
+    Rows fresh;
+    const Read read = read_catalogue(database.place, schema_of(table), fresh);
+    database.catalogue[table] = std::move(fresh);
+    database.state[table] = read;
+}
+
+void load_stations(Database& database, int table) {
     Tables fresh;
     Read read = Read::absent;
     const std::string& path = database.place.path;
-    const char* name = kTableNames[table];
+    const char* name = name_of(table);
     switch (database.place.format) {
         case Format::css:
             read = read_css(path, name, fresh);
@@ -73,8 +101,17 @@ void load(Database& database, int table) {
     database.state[table] = read;
 }
 
+// Reads a table once; its state says what came of it.
+void load(Database& database, int table) {
+    if (database.state[table]) return;
+    if (table < kFirstOfCatalogue) return load_stations(database, table);
+    load_catalogue(database, table);
+}
+
 size_t rows_read(const Database& database, int table) {
-    return table == kSite ? database.tables.site.size() : database.tables.affiliation.size();
+    if (table == kSite) return database.tables.site.size();
+    if (table == kAffiliation) return database.tables.affiliation.size();
+    return database.catalogue[table].cells() / schema_of(table).columns.size();
 }
 
 // The row that could not be read counts too: reading it is what fails.
@@ -98,6 +135,23 @@ bool get(const Affiliation& row, const char* field, void* out) {
     if (std::strcmp(field, "net") == 0) return put(row.net, out), true;
     if (std::strcmp(field, "sta") == 0) return put(row.sta, out), true;
     return false;
+}
+
+bool get_of_catalogue(const Database& database, int table, size_t row, const char* field,
+                      void* out) {
+    const auto columns = schema_of(table).columns;
+    for (size_t i = 0; i < columns.size(); ++i) {
+        if (std::strcmp(columns[i].name, field) != 0) continue;
+        database.catalogue[table].get(row * columns.size() + i, columns[i].kind, out);
+        return true;
+    }
+    return false;
+}
+
+bool get(const Database& database, int table, size_t row, const char* field, void* out) {
+    if (table == kSite) return get(database.tables.site[row], field, out);
+    if (table == kAffiliation) return get(database.tables.affiliation[row], field, out);
+    return get_of_catalogue(database, table, row, field, out);
 }
 
 // The table pointed at, or null when the pointer leads nowhere.
@@ -168,8 +222,7 @@ extern "C" int dbgetv(Dbptr db, const char* table, ...) {
     bool ok = true;
     while (const char* field = va_arg(arguments, const char*)) {
         void* out = va_arg(arguments, void*);
-        ok = out && (db.table == kSite ? get(database->tables.site[row], field, out)
-                                       : get(database->tables.affiliation[row], field, out));
+        ok = out && get(*database, db.table, row, field, out);
         if (!ok) break;
     }
     va_end(arguments);

@@ -105,20 +105,65 @@ bool parse_affiliation(std::string_view line, const RowPlace& place, Affiliation
     return true;
 }
 
-template <class Row>
-Read read_rows(const std::string& path, bool (*parse)(std::string_view, const RowPlace&, Row&),
-               std::vector<Row>& rows) {
+/// Hands every line that is text to `use` until that returns false.
+template <class Use>
+Read read_lines(const std::string& path, Use use) {
     const auto text = read_text(path);
     if (!text) return Read::absent;
     std::string_view line;
     for (Lines lines(*text); lines.next(line);) {
         const RowPlace place{path, lines.number()};
-        Row row;
-        if (!is_text(line, place) || !parse(line, place, row) || !check(row, place))
-            return Read::malformed;
-        rows.push_back(std::move(row));
+        if (!is_text(line, place) || !use(line, place)) return Read::malformed;
     }
     return Read::good;
+}
+
+template <class Row>
+Read read_rows(const std::string& path, bool (*parse)(std::string_view, const RowPlace&, Row&),
+               std::vector<Row>& rows) {
+    return read_lines(path, [&](std::string_view line, const RowPlace& place) {
+        Row row;
+        if (!parse(line, place, row) || !check(row, place)) return false;
+        rows.push_back(std::move(row));
+        return true;
+    });
+}
+
+bool add_field(std::string_view line, const Field& at, Kind kind, const RowPlace& place,
+               Rows& rows) {
+    long integer = 0;
+    double real = 0.0;
+    switch (kind) {
+        case Kind::text:
+            rows.add_text(field(line, at));
+            break;
+        case Kind::integer:
+            if (!number(line, at, to_long, integer, place)) return false;
+            rows.add_integer(integer);
+            break;
+        case Kind::real:
+            if (!number(line, at, to_double, real, place)) return false;
+            rows.add_real(real);
+            break;
+    }
+    return true;
+}
+
+// A column between fields that is not blank, or text behind the last field: the row was written by
+// another layout.
+bool add_row(std::string_view line, const Schema& schema, const RowPlace& place, Rows& rows) {
+    size_t first = 1;
+    for (const Column& column : schema.columns) {
+        const Field at{column.name, first, first + column.width - 1};
+        first = at.last + 2;
+        if (line.size() > at.last && line[at.last] != ' ')
+            return malformed(place, "column " + std::to_string(at.last + 1) +
+                                        " is not blank: not " + schema.name + " of CSS3.0");
+        if (!add_field(line, at, column.kind, place, rows)) return false;
+    }
+    if (line.size() < first || trimmed(line.substr(first - 1)).empty()) return true;
+    return malformed(place, "longer than " + std::to_string(first - 2) + " columns: not " +
+                                schema.name + " of CSS3.0");
 }
 
 }  // namespace
@@ -127,6 +172,13 @@ Read read_css(const std::string& prefix, std::string_view table, Tables& tables)
     const std::string path = prefix + "." + std::string(table);
     if (table == "site") return read_rows(path, parse_site, tables.site);
     return read_rows(path, parse_affiliation, tables.affiliation);
+}
+
+Read read_css(const std::string& prefix, const Schema& schema, Rows& rows) {
+    return read_lines(prefix + "." + schema.name,
+                      [&](std::string_view line, const RowPlace& place) {
+                          return add_row(line, schema, place, rows);
+                      });
 }
 
 }  // namespace velorix::db

@@ -1,12 +1,16 @@
 #ifndef VELORIX_PLATFORM_DB_H
 #define VELORIX_PLATFORM_DB_H
 /*
- * Station database: read-only tables of the CSS3.0 schema from three kinds of file, told apart by
+ * Table database: read-only tables of the CSS3.0 schema from three kinds of file, told apart by
  * looking at them: CSS3.0 fixed-width flat files (NAME.table beside each other, or a folder holding
  * one *.site), a SQLite 3 file with tables of those names, or an FDSN station text file
  * (#Network | Station | ...), whose rows appear as `site`. A table is read and checked in one pass
  * when it is first looked up; every later read comes from memory. A malformed row is a logged error
  * naming file and line, never a silent zero.
+ *
+ * Tables: `site` (sta, ondate, offdate, lat, lon, elev) and `affiliation` (net, sta), whose rows
+ * are checked for what they mean; and those of a catalogue with all their columns, `event`,
+ * `origin`, `origerr`, `assoc` and `arrival`, handed out as they stand, null values included.
  */
 #ifdef __cplusplus
 extern "C" {
@@ -25,7 +29,8 @@ typedef struct Dbptr {
 
 /**
  * Opens a database for reading.
- * @param[in]  name a CSS3.0 database name (NAME where NAME.site exists), a folder, or a file
+ * @param[in]  name a CSS3.0 database name (NAME where NAME.site or a table of a catalogue exists),
+ *                  a folder, or a file
  * @param[in]  mode "r"
  * @param[out] db   a pointer to the database as a whole
  * @return 0, or dbINVALID after a logged line that says what is wrong
@@ -48,7 +53,7 @@ int dbquery(Dbptr db, int code, void* out);
 
 /**
  * Reads fields of the selected record: pairs of field name and address, ended by a null name.
- * Text fields are written NUL-terminated and never exceed 31 characters (an over-long station code
+ * Text fields are written NUL-terminated and never exceed 31 characters (an over-long text
  * makes its table malformed); integer fields (day numbers, identifiers) are written as long; reals
  * as double. `table` must be 0.
  *

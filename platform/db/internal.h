@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/db/schema.h"
+
 namespace velorix::db {
 
 /// A row of `site`, checked.
@@ -47,9 +49,11 @@ std::optional<std::string> read_text(const std::string& path);
 /// What became of a table: it is there, it is not, or one of its rows cannot be read.
 enum class Read { good, absent, malformed };
 
-// Each reader fills one table of the two; anything but `good` comes after a logged line.
+// Each reader fills the table that it is asked for; anything but `good` comes after a logged line.
 Read read_css(const std::string& prefix, std::string_view table, Tables& tables);
+Read read_css(const std::string& prefix, const Schema& schema, Rows& rows);
 Read read_sqlite(const std::string& path, std::string_view table, Tables& tables);
+Read read_sqlite(const std::string& path, const Schema& schema, Rows& rows);
 Read read_fdsn(const std::string& path, std::string_view table, Tables& tables);
 
 /// Where a row stands, for messages: "file:line".

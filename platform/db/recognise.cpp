@@ -61,6 +61,23 @@ std::optional<Place> in_folder(const std::string& folder) {
     return Place{Format::css, found[0]};
 }
 
+// A catalogue may stand without its stations.
+bool has_catalogue_file(const std::string& prefix) {
+    const auto schemas = catalogue_schemas();
+    return std::any_of(schemas.begin(), schemas.end(), [&](const Schema& schema) {
+        return is_regular(prefix + "." + schema.name);
+    });
+}
+
+// The prefix of a file that is called as a table of a catalogue, nothing for any other name.
+std::optional<std::string> catalogue_prefix(const std::string& name) {
+    for (const Schema& schema : catalogue_schemas()) {
+        const std::string ending = std::string(".") + schema.name;
+        if (name.ends_with(ending)) return name.substr(0, name.size() - ending.size());
+    }
+    return std::nullopt;
+}
+
 // Comments of the data centre may stand before the header.
 bool looks_like_fdsn(std::string_view text) {
     constexpr long bars_of_a_station = 7;
@@ -92,7 +109,8 @@ std::optional<Place> by_content(const std::string& name, bool has_site_file) {
         return Place{Format::css, name.substr(0, name.size() - std::strlen(kSiteEnding))};
     const bool binary = bytes->find('\0') != std::string::npos;
     if (!binary && looks_like_fdsn(*bytes)) return Place{Format::fdsn, name};
-    if (has_site_file) return Place{Format::css, name};
+    if (has_site_file || has_catalogue_file(name)) return Place{Format::css, name};
+    if (const auto prefix = catalogue_prefix(name)) return Place{Format::css, *prefix};
     if (bytes->empty()) return refuse(name, "is empty");
     return refuse(name,
                   "is neither a CSS3.0 database, a SQLite 3 file nor an FDSN station text file");
@@ -105,7 +123,7 @@ std::optional<Place> recognise(const std::string& name) {
     const bool has_site_file = is_regular(name + kSiteEnding);
     if (!has_site_file && fs::is_directory(name, error)) return in_folder(name);
     if (is_regular(name)) return by_content(name, has_site_file);
-    if (has_site_file) return Place{Format::css, name};
+    if (has_site_file || has_catalogue_file(name)) return Place{Format::css, name};
     if (fs::exists(name, error)) return refuse(name, "is not a regular file");
     elog_log(0, "dbopen: no station database %s: no such file or folder, and no file %s.site\n",
              name.c_str(), name.c_str());

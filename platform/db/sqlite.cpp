@@ -1,6 +1,9 @@
 // SQLite 3 files with tables named and laid out as the CSS3.0 schema has them.
 #include <sqlite3.h>
 
+#include <cmath>
+#include <filesystem>
+
 #include "platform/db/internal.h"
 #include "platform/elog/elog.h"
 
@@ -42,8 +45,8 @@ bool wrong(sqlite3_stmt* row, int column, const char* expected, const RowPlace& 
                              expected);
 }
 
-// A day number; null is the table's own null, -1.
-bool day(sqlite3_stmt* row, int column, const RowPlace& at, long& value) {
+// A day number or an identifier; null is the table's own null, -1.
+bool whole(sqlite3_stmt* row, int column, const RowPlace& at, long& value) {
     value = -1;
     const int type = sqlite3_column_type(row, column);
     if (type == SQLITE_NULL) return true;
@@ -61,7 +64,7 @@ bool real(sqlite3_stmt* row, int column, const RowPlace& at, double& value) {
 
 bool parse(sqlite3_stmt* row, const RowPlace& at, Site& site) {
     site.sta = text(row, 0);
-    return day(row, 1, at, site.ondate) && day(row, 2, at, site.offdate) &&
+    return whole(row, 1, at, site.ondate) && whole(row, 2, at, site.offdate) &&
            real(row, 3, at, site.lat) && real(row, 4, at, site.lon) && real(row, 5, at, site.elev);
 }
 
@@ -70,11 +73,11 @@ bool parse(sqlite3_stmt* row, const RowPlace&, Affiliation& affiliation) {
     return true;
 }
 
-template <class Row>
-Read read_rows(sqlite3* database, const std::string& path, const char* query,
-               std::vector<Row>& rows) {
+/// Hands every row of a query's answer to `use` until that returns false.
+template <class Use>
+Read answer(sqlite3* database, const std::string& path, const std::string& query, Use use) {
     sqlite3_stmt* prepared = nullptr;
-    if (sqlite3_prepare_v2(database, query, -1, &prepared, nullptr) != SQLITE_OK)
+    if (sqlite3_prepare_v2(database, query.c_str(), -1, &prepared, nullptr) != SQLITE_OK)
         return failed(path, database, Read::absent);
     const Statement statement(prepared);
     for (size_t number = 1;; ++number) {
@@ -83,34 +86,125 @@ Read read_rows(sqlite3* database, const std::string& path, const char* query,
         if (step != SQLITE_ROW) return failed(path, database, Read::malformed);
         const RowPlace at{path, number};
         if (number > kMostRows) {
-            malformed(at, "more rows than a station table may have");
+            malformed(at, "more rows than a table may have");
             return Read::malformed;
         }
-        Row row;
-        if (!parse(prepared, at, row) || !check(row, at)) return Read::malformed;
-        rows.push_back(std::move(row));
+        if (!use(prepared, at)) return Read::malformed;
     }
+}
+
+template <class Row>
+Read read_rows(sqlite3* database, const std::string& path, const char* query,
+               std::vector<Row>& rows) {
+    return answer(database, path, query, [&](sqlite3_stmt* prepared, const RowPlace& at) {
+        Row row;
+        if (!parse(prepared, at, row) || !check(row, at)) return false;
+        rows.push_back(std::move(row));
+        return true;
+    });
+}
+
+bool add_cell(sqlite3_stmt* row, int number, const Column& column, const RowPlace& at, Rows& rows) {
+    long integer = 0;
+    double value = 0.0;
+    std::string characters;
+    switch (column.kind) {
+        case Kind::text:
+            characters = text(row, number);
+            if (characters.size() > column.width)
+                return wrong(row, number,
+                             ("at most " + std::to_string(column.width) + " characters").c_str(),
+                             at);
+            rows.add_text(characters);
+            break;
+        case Kind::integer:
+            if (!whole(row, number, at, integer)) return false;
+            rows.add_integer(integer);
+            break;
+        case Kind::real:
+            if (!real(row, number, at, value)) return false;
+            if (!std::isfinite(value)) return wrong(row, number, "a finite number", at);
+            rows.add_real(value);
+            break;
+    }
+    return true;
 }
 
 // Ends a query that computes without end.
 int count_steps(void* calls) { return ++*static_cast<int*>(calls) > kMostCalls; }
 
-}  // namespace
+// A file's name as SQLite's URI syntax has it.
+std::string uri_of(const std::string& path) {
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::string uri = path.starts_with('/') ? "file://" : "file:";
+    for (const char c : path) {
+        if (c == '%' || c == '?' || c == '#') {
+            uri += {'%', digits[c / 16], digits[c % 16]};
+        } else {
+            uri += c;
+        }
+    }
+    return uri;
+}
 
-Read read_sqlite(const std::string& path, std::string_view table, Tables& tables) {
+/// A database with its bounds, and what the first look at it said.
+Database open_uri(const std::string& uri, int& calls, int& status) {
     sqlite3* opened = nullptr;
-    const int status = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
-    const Database database(opened);
-    if (status != SQLITE_OK) return failed(path, opened, Read::absent);
-    int calls = 0;
+    status = sqlite3_open_v2(uri.c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
+    Database database(opened);
+    if (status != SQLITE_OK) return database;
     sqlite3_progress_handler(opened, kStepsPerCall, count_steps, &calls);
     sqlite3_limit(opened, SQLITE_LIMIT_LENGTH, kLongestValue);
     sqlite3_busy_timeout(opened, kLockWait);
+    status = sqlite3_exec(opened, "SELECT 1 FROM sqlite_master LIMIT 1", nullptr, nullptr, nullptr);
+    return database;
+}
+
+// Whether rows may wait in a log beside the file.
+bool has_log(const std::string& path) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(path + "-wal", error);
+    return !error && size > 0;
+}
+
+// A file in write-ahead mode wants files beside it even of its readers; where they cannot be made
+// it can still be read as a file that nobody changes.
+Database open_for_reading(const std::string& path, int& calls) {
+    int status = SQLITE_OK;
+    Database database = open_uri(uri_of(path), calls, status);
+    const int kind = status & 0xff;
+    if ((kind == SQLITE_CANTOPEN || kind == SQLITE_READONLY) && !has_log(path))
+        return open_uri(uri_of(path) + "?immutable=1", calls, status);
+    return database;
+}
+
+}  // namespace
+
+Read read_sqlite(const std::string& path, std::string_view table, Tables& tables) {
+    int calls = 0;
+    const Database database = open_for_reading(path, calls);
+    if (!database) return failed(path, nullptr, Read::absent);
     if (table == "site") {
-        return read_rows(opened, path, "SELECT sta, ondate, offdate, lat, lon, elev FROM site",
-                         tables.site);
+        return read_rows(database.get(), path,
+                         "SELECT sta, ondate, offdate, lat, lon, elev FROM site", tables.site);
     }
-    return read_rows(opened, path, "SELECT net, sta FROM affiliation", tables.affiliation);
+    return read_rows(database.get(), path, "SELECT net, sta FROM affiliation", tables.affiliation);
+}
+
+Read read_sqlite(const std::string& path, const Schema& schema, Rows& rows) {
+    int calls = 0;
+    const Database database = open_for_reading(path, calls);
+    if (!database) return failed(path, nullptr, Read::absent);
+    std::string query = "SELECT ";
+    for (const Column& column : schema.columns)
+        query += (query.ends_with(' ') ? "" : ",") + std::string(column.name);
+    query += std::string(" FROM ") + schema.name;
+    return answer(database.get(), path, query, [&](sqlite3_stmt* row, const RowPlace& at) {
+        for (size_t i = 0; i < schema.columns.size(); ++i) {
+            if (!add_cell(row, static_cast<int>(i), schema.columns[i], at, rows)) return false;
+        }
+        return true;
+    });
 }
 
 }  // namespace velorix::db

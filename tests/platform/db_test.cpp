@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -240,6 +242,86 @@ TEST(Db, ReportsWrongTypesAndMissingTablesOfSqliteFiles) {
     }
 }
 
+// The log beside such a file is made even for readers, which a read-only folder does not allow.
+TEST(Db, ReadsAWriteAheadSqliteFileInAFolderThatCannotBeWritten) {
+    const TempFolder folder;
+    std::filesystem::create_directory(folder.path("50% #1?"));
+    const std::string path = folder.path("50% #1?/stations.db");
+    std::filesystem::rename(
+        sqlite_file(folder, {"PRAGMA journal_mode = WAL",
+                             "CREATE TABLE site (sta, ondate, offdate, lat, lon, elev)",
+                             "INSERT INTO site VALUES ('A', -1, -1, 1.5, 2, 0)"}),
+        path);
+    chmod(folder.path().c_str(), 0755);
+    chmod(path.c_str(), 0444);
+    chmod(folder.path("50% #1?").c_str(), 0555);
+    constexpr uid_t nobody = 65534;
+    const uid_t self = geteuid();
+    // Nothing is read-only for root.
+    ASSERT_EQ(seteuid(self == 0 ? nobody : self), 0);
+    const LogCapture log;
+    const auto rows = rows_of(path);
+    ASSERT_EQ(seteuid(self), 0);
+    EXPECT_TRUE(log.empty()) << log.text();
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].lat, 1.5);
+    chmod(folder.path("50% #1?").c_str(), 0755);
+}
+
+long event_count(const std::string& name) {
+    Dbptr db;
+    long count = -1;
+    if (dbopen(name.c_str(), "r", &db) == dbINVALID) return count;
+    Dbptr event = dblookup(db, nullptr, "event", nullptr, nullptr);
+    dbquery(event, dbRECORD_COUNT, &count);
+    long evid = 0;
+    for (event.record = 0; event.record < count; ++event.record) {
+        if (dbgetv(event, nullptr, "evid", &evid, static_cast<char*>(nullptr)) == dbINVALID)
+            count = event.record;
+    }
+    dbclose(&db);
+    return count;
+}
+
+const std::string kEventRow =
+    "       7 name                   8 author                -1 -                ";
+
+TEST(Db, ReadsCataloguesWhateverTheyAreKeptIn) {
+    const TempFolder folder;
+    folder.write("cat.event", kEventRow + "\n" + kEventRow.substr(0, 58) + "\r\n");
+    for (const char* name : {"cat", "cat.event"}) EXPECT_EQ(event_count(folder.path(name)), 2);
+    const std::string table = "CREATE TABLE event (evid, evname, prefor, auth, commid, lddate)";
+    const std::string insert = "INSERT INTO event VALUES (7, 'name', 8, 'author', NULL, '-')";
+    const TempFolder other;
+    EXPECT_EQ(event_count(sqlite_file(other, {table, insert})), 1);
+    LogCapture log;
+    EXPECT_EQ(event_count(kDemo + "_fdsn.txt"), -1);
+    EXPECT_THAT(log.text(), HasSubstr("a station text has no table event"));
+    const TempFolder longer;
+    EXPECT_EQ(
+        event_count(sqlite_file(
+            longer, {table, "INSERT INTO event VALUES (7, 'a name of 16 let', 8, '', 1, '')"})),
+        0);
+    EXPECT_THAT(log.text(), HasSubstr(":1: column evname is 'a name of 16 let', expected at most "
+                                      "15 characters"));
+}
+
+TEST(Db, NamesFileAndLineOfACatalogueRowThatCannotBeRead) {
+    const std::pair<std::string, const char*> cases[] = {
+        {"x" + kEventRow.substr(1), ":2: evid 'x      7' in columns 1 to 8 is not a number"},
+        {kEventRow.substr(0, 20), ":2: prefor '' in columns 26 to 33 is not a number"},
+        {" " + kEventRow, ":2: column 9 is not blank: not event of CSS3.0"},
+        {kEventRow + " more", ":2: longer than 76 columns: not event of CSS3.0"},
+    };
+    for (const auto& [row, message] : cases) {
+        const TempFolder folder;
+        folder.write("cat.event", kEventRow + "\n" + row + "\n" + kEventRow + "\n");
+        const LogCapture log;
+        EXPECT_EQ(event_count(folder.path("cat")), 1) << message;
+        EXPECT_THAT(log.text(), HasSubstr("cat.event" + std::string(message)));
+    }
+}
+
 TEST(Db, KeepsPipesFromBlockingAndNamesUnknownTables) {
     const TempFolder folder;
     folder.write("net.site", kGood);
@@ -248,9 +330,9 @@ TEST(Db, KeepsPipesFromBlockingAndNamesUnknownTables) {
     ASSERT_EQ(dbopen(folder.path("net").c_str(), "r", &db), 0);
     const LogCapture log;
     EXPECT_EQ(dblookup(db, nullptr, "affiliation", nullptr, nullptr).table, dbINVALID);
-    EXPECT_EQ(dblookup(db, nullptr, "origin", nullptr, nullptr).table, dbINVALID);
+    EXPECT_EQ(dblookup(db, nullptr, "wfdisc", nullptr, nullptr).table, dbINVALID);
     EXPECT_THAT(log.text(), HasSubstr("net.affiliation is not a regular file"));
-    EXPECT_THAT(log.text(), HasSubstr("table origin is not known"));
+    EXPECT_THAT(log.text(), HasSubstr("table wfdisc is not known"));
     dbclose(&db);
 }
 
