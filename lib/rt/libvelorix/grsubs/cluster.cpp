@@ -80,7 +80,6 @@ class Search {
           dwin_(dwin),
           prewin_(prewin),
           half_squared_((0.5 * dwin) * (0.5 * dwin)),
-          may_start_(in.may_start),
           value_(scratch.value.data()),
           weight_(scratch.weight.data()),
           group_(scratch.group.data()),
@@ -90,12 +89,10 @@ class Search {
     // The placement that promises most is scored first; after it only those are that may reach its
     // score, in ascending order, so that the earliest of equal scores is found as if all were.
     Cluster run(int ngroups) {
-        int promising =
+        const int promising =
             bound_scores({n_, value_, kWeighted ? weight_ : nullptr, group_, subgroup_, ngroups, 0},
                          dwin_, prewin_, scratch_);
-        if (may_start_) promising = bar_other_starts();
         Cluster seed;
-        if (promising < 0) return seed;
         improve(promising, seed);
         Cluster best;
         int best_start = -1;
@@ -109,20 +106,6 @@ class Search {
     }
 
   private:
-    // Returns the most promising of the others, -1 when there is none.
-    int bar_other_starts() {
-        int promising = -1;
-        for (int i = 0; i < n_; ++i) {
-            double& most = scratch_.most[size_t(i)];
-            if (!may_start_[scratch_.sorted[size_t(i)].number]) {
-                most = -1;
-            } else if (promising < 0 || most > scratch_.most[size_t(promising)]) {
-                promising = i;
-            }
-        }
-        return promising;
-    }
-
     double weight_of(int i) const { return kWeighted ? weight_[i] : 1; }
 
     bool marked(int i) const { return scratch_.group_stamp[size_t(group_[i])] == scratch_.stamp; }
@@ -201,7 +184,6 @@ class Search {
     const double dwin_;
     const double prewin_;
     const double half_squared_;
-    const uint8_t* const may_start_;
     const double* const value_;
     const double* const weight_;
     const int32_t* const group_;

@@ -15,7 +15,6 @@ struct Candidates {
     const int* subgroup = nullptr;
     int ngroups = 0;  ///< REQUIRES: every group number lies in 0 .. ngroups-1
     int nsubgroups = 0;
-    const uint8_t* may_start = nullptr;  ///< by candidate; null: the window starts at every one
 };
 
 /// The best placement of the window; score 0 and no members when there is none.

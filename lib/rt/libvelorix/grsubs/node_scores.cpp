@@ -10,9 +10,6 @@
 namespace velorix {
 namespace {
 
-// More windows than this are worth a look at the fullest one first, which raises the bar.
-constexpr int kManyWindows = 16;
-
 double above_zero(double weight) { return weight > 0 ? weight : 0; }
 
 }  // namespace
@@ -34,7 +31,6 @@ bool NodeScores::prepare(const SearchParams& sp, std::span<StationObs* const> st
     by_distance_.resize(nearest_only_ ? stations.size() : 0);
     for (auto* values : {&part_.value, &part_.weight}) values->resize(n);
     for (auto* numbers : {&part_.group, &part_.subgroup}) numbers->resize(n);
-    part_.may_start.resize(n);
     if (!curves_) {
         for (size_t i = 0; i < candidates_.slots.size(); ++i) {
             const StationObs& station = *candidates_.slots[i];
@@ -116,9 +112,13 @@ void NodeScores::narrow_weights() {
     }
 }
 
-bool NodeScores::may_reach(const NodeTables& tables, double bar) {
+void NodeScores::enter(const NodeTables& tables) {
     if (curves_ || nearest_only_) set_weights(tables);
     set_rows(tables);
+}
+
+bool NodeScores::may_reach(const NodeTables& tables, double bar) {
+    enter(tables);
     const bool all_count = !weighted_ && !curves_ && !nearest_only_;
     known_ = bound_.take(rows_, all_count ? nullptr : weight_.data());
     if (!known_ || !(bound_.largest() < bar)) return true;
@@ -129,12 +129,17 @@ bool NodeScores::may_reach(const NodeTables& tables, double bar) {
 NodeScores::Score NodeScores::score(double bar, ClusterScratch& cluster) {
     if (!known_ || nearest_only_) return {Kind::kUnknown, 0};
     ++clustered;
-    if (bound_.keep_from(bar) > kManyWindows) {
-        bound_.keep_fullest();
-        bound_.keep_from(std::max(bar, cluster_kept(cluster, true)));
-    }
-    const double found = cluster_kept(cluster, false);
+    bound_.keep_from(bar);
+    if (!collect([this](int32_t k) { return bound_.kept(k); })) return {Kind::kUnknown, 0};
+    const double found = cluster_collected(cluster);
     return {found >= bar ? Kind::kExact : Kind::kBelow, found};
+}
+
+NodeScores::Score NodeScores::score_all(const NodeTables& tables, ClusterScratch& cluster) {
+    if (nearest_only_) return {Kind::kUnknown, 0};
+    enter(tables);
+    if (!collect([](int32_t) { return true; })) return {Kind::kUnknown, 0};
+    return {Kind::kExact, cluster_collected(cluster)};
 }
 
 double NodeScores::travel_time(int k) const {
@@ -142,29 +147,37 @@ double NodeScores::travel_time(int k) const {
     return double{is_p ? rows_.p[rows_.p_index[k]] : rows_.s[rows_.s_index[k - candidates_.np]]};
 }
 
-double NodeScores::cluster_kept(ClusterScratch& cluster, bool from_fullest) {
+// False when an origin time is broken: the full search then leaves that candidate out.
+template <class Wanted>
+bool NodeScores::collect(Wanted wanted) {
     size_t count = 0;
+    bool broken = false;
     for (const int32_t k : candidates_.order) {
+        if (!wanted(k)) continue;
         const auto place = static_cast<size_t>(k);
-        if (!bound_.kept(k)) continue;
         const double weight = slot_weight_[static_cast<size_t>(candidates_.group[place])];
         if (!(weight > 0)) continue;
-        part_.value[count] = candidates_.time[place] - travel_time(k);
+        const double value = candidates_.time[place] - travel_time(k);
+        broken = broken || !std::isfinite(value);
+        part_.value[count] = value;
         part_.weight[count] = weight;
         part_.group[count] = candidates_.group[place];
         part_.subgroup[count] = candidates_.subgroup[place];
-        part_.may_start[count] = !from_fullest || bound_.starts_fullest(k) ? 1 : 0;
         ++count;
     }
-    const Candidates kept{static_cast<int>(count),
-                          part_.value.data(),
-                          weighted_ ? part_.weight.data() : nullptr,
-                          part_.group.data(),
-                          part_.subgroup.data(),
-                          candidates_.ngroups,
-                          candidates_.nsubgroups,
-                          from_fullest ? part_.may_start.data() : nullptr};
-    return best_cluster(kept, sp_->cluster_twin, sp_->cluster_prewin, cluster).score;
+    part_.count = count;
+    return !broken;
+}
+
+double NodeScores::cluster_collected(ClusterScratch& cluster) const {
+    const Candidates candidates{static_cast<int>(part_.count),
+                                part_.value.data(),
+                                weighted_ ? part_.weight.data() : nullptr,
+                                part_.group.data(),
+                                part_.subgroup.data(),
+                                candidates_.ngroups,
+                                candidates_.nsubgroups};
+    return best_cluster(candidates, sp_->cluster_twin, sp_->cluster_prewin, cluster).score;
 }
 
 }  // namespace velorix

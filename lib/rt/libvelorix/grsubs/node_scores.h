@@ -36,6 +36,8 @@ class NodeScores {
     };
     /// The score of the node last given to may_reach(), which returned true.
     Score score(double bar, ClusterScratch& cluster);
+    /// The score of any node, never below; sorts all its candidates.
+    Score score_all(const NodeTables& tables, ClusterScratch& cluster);
 
     int64_t refused = 0;    ///< nodes for which may_reach() returned false
     int64_t clustered = 0;  ///< nodes that score() clustered
@@ -46,7 +48,10 @@ class NodeScores {
     void set_weights(const NodeTables& tables);
     void keep_nearest_only(const NodeTables& tables);
     void narrow_weights();
-    double cluster_kept(ClusterScratch& cluster, bool from_fullest);
+    void enter(const NodeTables& tables);
+    template <class Wanted>
+    bool collect(Wanted wanted);
+    double cluster_collected(ClusterScratch& cluster) const;
     double travel_time(int k) const;
 
     const SearchParams* sp_ = nullptr;
@@ -65,12 +70,12 @@ class NodeScores {
     std::vector<float> weight_;        // by candidate, narrowed
     std::vector<std::pair<double, int32_t>> by_distance_;
 
-    struct Part {  // the kept candidates, in the order of one node's search
+    struct Part {  // some of the candidates, in the order of one node's search
+        size_t count = 0;
         std::vector<double> value;
         std::vector<double> weight;
         std::vector<int32_t> group;
         std::vector<int32_t> subgroup;
-        std::vector<uint8_t> may_start;
     } part_;
 };
 

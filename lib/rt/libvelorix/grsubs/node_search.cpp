@@ -28,12 +28,23 @@ NodeSearch::NodeSearch(SearchParams& sp, SearchThread& thread, int32_t thread_in
 
 bool NodeSearch::score(const Node& node, double bar, double& score) {
     score = kNoScore;
-    if (scores_) {
-        if (!scores_->may_reach(NodeTables(*sp_.velorix, node), bar)) return true;
-        const NodeScores::Score found = scores_->score(bar, scratch_->cluster);
-        score = found.value;
-        if (found.kind != NodeScores::Kind::kUnknown) return true;
-    }
+    if (!scores_) return score_fully(node, score);
+    if (!scores_->may_reach(NodeTables(*sp_.velorix, node), bar)) return true;
+    return take(scores_->score(bar, scratch_->cluster), node, score);
+}
+
+bool NodeSearch::score(const Node& node, double& score) {
+    if (!scores_) return score_fully(node, score);
+    const NodeTables tables(*sp_.velorix, node);
+    return take(scores_->score_all(tables, scratch_->cluster), node, score);
+}
+
+bool NodeSearch::take(const NodeScores::Score& found, const Node& node, double& score) {
+    score = found.value;
+    return found.kind != NodeScores::Kind::kUnknown || score_fully(node, score);
+}
+
+bool NodeSearch::score_fully(const Node& node, double& score) {
     NodeResult result;
     if (!search_fully(node, result)) return false;
     score = result.score;

@@ -32,8 +32,12 @@ class NodeSearch {
 
     /// The node's score; when below `bar`, anything below it. False when the full search failed.
     bool score(const Node& node, double bar, double& score);
+    /// The score of a node, be it high or low.
+    bool score(const Node& node, double& score);
 
   private:
+    bool take(const NodeScores::Score& found, const Node& node, double& score);
+    bool score_fully(const Node& node, double& score);
     bool search_fully(const Node& node, NodeResult& result);
 
     SearchParams& sp_;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
+#include <tuple>
 
 namespace velorix {
 namespace {
@@ -71,20 +73,28 @@ bool ScanCandidates::set_ticks(double cluster_twin) {
 }
 
 void ScanCandidates::arrange() {
-    n = static_cast<int>(listed_.size());
+    const size_t count = listed_.size();
+    n = static_cast<int>(count);
     np = static_cast<int>(
         std::count_if(listed_.begin(), listed_.end(), [](const Candidate& c) { return !c.is_s; }));
     ngroups = 2 * static_cast<int>(slots.size());
+    std::vector<int32_t> by_place(count);
+    std::iota(by_place.begin(), by_place.end(), 0);
+    std::sort(by_place.begin(), by_place.end(), [&](int32_t a, int32_t b) {
+        const auto key = [&](int32_t number) {
+            const Candidate& c = listed_[size_t(number)];
+            return std::tuple(c.is_s, slots[size_t(c.slot)]->is, number);
+        };
+        return key(a) < key(b);
+    });
     const std::vector<int32_t> listed_arrival(arrival);
-    for (auto* array : {&slot, &is, &group, &subgroup, &order}) array->resize(listed_.size());
-    time.resize(listed_.size());
-    int next_p = 0;
-    int next_s = np;
-    for (size_t k = 0; k < listed_.size(); ++k) {
-        const Candidate& c = listed_[k];
-        const auto place = static_cast<size_t>(c.is_s ? next_s++ : next_p++);
-        order[k] = static_cast<int32_t>(place);
-        arrival[place] = listed_arrival[k];
+    for (auto* array : {&slot, &is, &group, &subgroup, &order}) array->resize(count);
+    time.resize(count);
+    for (size_t place = 0; place < count; ++place) {
+        const auto number = static_cast<size_t>(by_place[place]);
+        const Candidate& c = listed_[number];
+        order[number] = static_cast<int32_t>(place);
+        arrival[place] = listed_arrival[number];
         time[place] = c.time;
         slot[place] = c.slot;
         is[place] = slots[size_t(c.slot)]->is;

@@ -16,7 +16,8 @@ inline constexpr int kTickBits = 8;
 inline constexpr double kBinsPerWindow = 4 / (1 + 1.0 / 64);
 inline constexpr int kWindowBins = 5;
 
-/// Arrays over the candidates hold all P candidates first, then all S candidates.
+/// Arrays over the candidates hold all P candidates first, then all S candidates, each in the order
+/// of the grid's stations, which is that of a node's travel times in memory.
 struct ScanCandidates {
     int n = 0;
     int np = 0;

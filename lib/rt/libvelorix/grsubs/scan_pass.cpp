@@ -109,7 +109,7 @@ class PiecePass {
         for (int32_t k = 0; k < piece_.number; ++k) {
             const int32_t i = piece_.first + k;
             double score = kNoScore;
-            if (!search_.score(node(i), kNoScore, score)) return false;
+            if (!search_.score(node(i), score)) return false;
             sp_.plot_buffer[i] = static_cast<float>(score);
             NodeResult found;
             if (score > thread_.zmax && !search_.search(node(i), score, thread_.zmax, found)) {

@@ -37,14 +37,6 @@ void ScoreBound::Histogram<T>::sum(int nbins) {
     largest = sum_windows(nbins, bins.data(), sums.data());
 }
 
-template <class T>
-template <class Visit>
-void ScoreBound::Histogram<T>::for_each_from(T least, Visit visit) const {
-    for (size_t b = 0; b < sums.size(); ++b) {
-        if (sums[b] >= least) visit(static_cast<int>(b));
-    }
-}
-
 void ScoreBound::prepare(const ScanCandidates& candidates, double prewindow) {
     candidates_ = &candidates;
     nbins_ = choose_bins(candidates.n);
@@ -93,37 +85,23 @@ double ScoreBound::largest() const {
     return bound_of(weighted_ ? static_cast<double>(weights_.largest) : counts_.largest);
 }
 
-int ScoreBound::keep_from(double bar) {
+void ScoreBound::keep_from(double bar) {
     const double least = (bar - kLargestBonus - kSlack) / rounding_;
     if (weighted_) {
-        return keep_windows(weights_, std::nextafter(static_cast<float>(least), -1e30F));
+        keep_windows(weights_, std::nextafter(static_cast<float>(least), -1e30F));
+        return;
     }
     const double count = std::clamp(std::ceil(least - kSlack), 0.0, 32767.0);
-    return keep_windows(counts_, static_cast<int16_t>(count));
+    keep_windows(counts_, static_cast<int16_t>(count));
 }
 
 template <class T>
-int ScoreBound::keep_windows(const Histogram<T>& histogram, T least) {
-    int windows = 0;
-    if (least <= 0) {
-        std::fill(kept_.begin(), kept_.end(), uint8_t{1});
-        return nbins_;
+void ScoreBound::keep_windows(const Histogram<T>& histogram, T least) {
+    std::fill(kept_.begin(), kept_.end(), least > 0 ? uint8_t{0} : uint8_t{1});
+    if (!(least > 0)) return;
+    for (int b = 0; b < nbins_; ++b) {
+        if (histogram.sums[size_t(b)] >= least) keep_around(b);
     }
-    std::fill(kept_.begin(), kept_.end(), uint8_t{0});
-    histogram.for_each_from(least, [&](int bin) {
-        keep_around(bin);
-        ++windows;
-    });
-    return windows;
-}
-
-void ScoreBound::keep_fullest() {
-    const auto place = [](const auto& h) {
-        return static_cast<int>(std::max_element(h.sums.begin(), h.sums.end()) - h.sums.begin());
-    };
-    fullest_ = weighted_ ? place(weights_) : place(counts_);
-    std::fill(kept_.begin(), kept_.end(), uint8_t{0});
-    keep_around(fullest_);
 }
 
 void ScoreBound::keep_around(int bin) {

@@ -32,13 +32,10 @@ class ScoreBound {
     double largest() const;
 
     /// Keeps the candidates among which every cluster with a score of `bar` or more lies, with all
-    /// that its score depends on. Returns the number of bins in which such a cluster may begin.
-    int keep_from(double bar);
-    /// Keeps what the score of a cluster depends on that starts in the fullest window's first bin.
-    void keep_fullest();
+    /// that its score depends on.
+    void keep_from(double bar);
 
     bool kept(int k) const { return kept_[bin_[static_cast<size_t>(k)]] != 0; }
-    bool starts_fullest(int k) const { return bin_[static_cast<size_t>(k)] == fullest_; }
 
   private:
     template <class T>
@@ -49,8 +46,6 @@ class ScoreBound {
 
         void resize(int nbins);
         void sum(int nbins);
-        template <class Visit>
-        void for_each_from(T least, Visit visit) const;
     };
 
     void keep_around(int bin);
@@ -58,12 +53,11 @@ class ScoreBound {
     template <class T, class Add>
     void fill(Histogram<T>& histogram, Add add);
     template <class T>
-    int keep_windows(const Histogram<T>& histogram, T least);
+    void keep_windows(const Histogram<T>& histogram, T least);
 
     const ScanCandidates* candidates_ = nullptr;
     int nbins_ = 0;
     int prewindow_bins_ = 0;
-    int fullest_ = -1;
     bool weighted_ = false;
     double rounding_ = 1;  // of sums of narrowed weights
     Binning binning_{};
