@@ -149,21 +149,31 @@ bool add_field(std::string_view line, const Field& at, Kind kind, const RowPlace
     return true;
 }
 
+size_t width_of(const Schema& schema) {
+    size_t width = schema.columns.size() - 1;
+    for (const Column& column : schema.columns) width += column.width;
+    return width;
+}
+
 // A column between fields that is not blank, or text behind the last field: the row was written by
 // another layout.
 bool add_row(std::string_view line, const Schema& schema, const RowPlace& place, Rows& rows) {
+    const size_t width = width_of(schema);
+    if (line.size() > width && !trimmed(line.substr(width)).empty()) {
+        return malformed(place, "longer than " + std::to_string(width) + " columns: not " +
+                                    schema.name + " of CSS3.0");
+    }
     size_t first = 1;
     for (const Column& column : schema.columns) {
         const Field at{column.name, first, first + column.width - 1};
         first = at.last + 2;
-        if (line.size() > at.last && line[at.last] != ' ')
+        if (line.size() > at.last && line[at.last] != ' ') {
             return malformed(place, "column " + std::to_string(at.last + 1) +
                                         " is not blank: not " + schema.name + " of CSS3.0");
+        }
         if (!add_field(line, at, column.kind, place, rows)) return false;
     }
-    if (line.size() < first || trimmed(line.substr(first - 1)).empty()) return true;
-    return malformed(place, "longer than " + std::to_string(first - 2) + " columns: not " +
-                                schema.name + " of CSS3.0");
+    return true;
 }
 
 }  // namespace
