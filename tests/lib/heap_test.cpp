@@ -208,6 +208,8 @@ TEST(Heap, SaysAtWhichByteAFileIsWrong) {
         {with(offsetof(Velorix, ns), -3), "byte 16: ns is negative (-3)"},
         {with(offsetof(Velorix, nn), 5), "byte 20: nn is 5, expected 4"},
         {with(offsetof(Velorix, nx), 2147483647), "byte 24: nh is 2, expected 2147483647"},
+        {packed({2, 1, 3, 2147483647, 0, 1, 0, true, false, false}),
+         "byte 32: 0 rows of 2147483647 columns"},
         {with(offsetof(Velorix, ndist), 65537), "byte 40: 65537 distance samples"},
         {with(offsetof(Velorix, stsize), 0), "byte 60: stsize is 0, expected 144"},
         {with(offsetof(Velorix, ttoffsets), 0), "byte 368: a distance table without offsets"},

@@ -8,6 +8,7 @@
 
 #include "grsubs/internal.h"
 #include "platform/elog/elog.h"
+#include "support/scan_number.h"
 
 namespace velorix {
 namespace {
@@ -30,15 +31,19 @@ class FieldScanner {
         to[length] = '\0';
         take(length);
     }
-    template <class Number>
-    void number(Number& to) {
+    void identifier(int64_t& to) {
         if (!next()) return;
         if (rest_[0] == '+' && rest_.size() > 1 && rest_[1] != '-') rest_.remove_prefix(1);
-        Number value{};
-        const auto [end, error] = std::from_chars(rest_.data(), rest_.data() + rest_.size(), value);
-        if (error != std::errc{} || !std::isfinite(static_cast<double>(value))) return stop();
-        to = value;
+        const auto [end, error] = std::from_chars(rest_.data(), rest_.data() + rest_.size(), to);
+        if (error != std::errc{}) return stop();
         take(static_cast<size_t>(end - rest_.data()));
+    }
+    void real(double& to) {
+        if (!next()) return;
+        double value = 0.0;
+        if (!scan_number(rest_, value) || !std::isfinite(value)) return stop();
+        to = value;
+        ++count_;
     }
 
   private:
@@ -68,12 +73,12 @@ class FieldScanner {
 
 int scan_pick(const char* line, bool with_arid, PickList& pick) {
     FieldScanner scanner(line);
-    if (with_arid) scanner.number(pick.arid);
+    if (with_arid) scanner.identifier(pick.arid);
     scanner.code(pick.sta);
     scanner.code(pick.chan);
     scanner.code(pick.phase);
-    scanner.number(pick.time);
-    scanner.number(pick.snr);
+    scanner.real(pick.time);
+    scanner.real(pick.snr);
     return scanner.count();
 }
 

@@ -1,6 +1,5 @@
 // A rotated regular mesh about a reference point, repeated at a list of depths.
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -15,6 +14,7 @@
 #include "setupgrid/heap_layout.h"
 #include "setupgrid/station_window.h"
 #include "support/grid_view.h"
+#include "support/scan_number.h"
 #include "support/units.h"
 
 namespace velorix {
@@ -126,23 +126,17 @@ bool read_type(Pf* pf, Mesh& mesh) {
     return false;
 }
 
-// The number that a text starts with, 0 when it starts with none.
-double leading_number(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-    if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
-    double value = 0.0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc::result_out_of_range ? HUGE_VAL : value;
-}
-
 bool read_depths(Pf* pf, Mesh& mesh) {
     Tbl* entries = nullptr;
     if (parse_param(pf, "depths", PF_LIST, 1, &entries) < 0) return bad_key("depths");
     const std::unique_ptr<Tbl, FreeList> list(entries);
     for (int i = 0; i < maxtbl(entries); ++i) {
         const char* text = static_cast<const char*>(gettbl(entries, i));
-        mesh.depths.push_back(leading_number(text));
-        if (std::isfinite(mesh.depths.back())) continue;
+        std::string_view rest = text;
+        double depth = 0.0;  // of a text that is no number
+        scan_number(rest, depth);
+        mesh.depths.push_back(depth);
+        if (std::isfinite(depth)) continue;
         elog_log(0, "velorix_setup_edp_grid: depths must be finite (%s).\n", text);
         return false;
     }
@@ -260,8 +254,6 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
     complain_unknown_keys(pf, name, keys);
     Mesh mesh;
     if (!read_mesh(grid, pf, mesh) || !set_fields(grid, name, mesh)) return false;
-    StationWindow window;
-    if (!read_station_window(pf, window)) return false;
     CArray<Source> sources = make_c_array<Source>(static_cast<size_t>(grid.nh));
     CArray<double> depths = make_c_array<double>(mesh.depths.size());
     if (!sources || !depths) throw std::bad_alloc();
@@ -269,7 +261,9 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
     replace_array(grid.sources, std::move(sources));
     replace_array(grid.depths, std::move(depths));
     lay_out_positions(grid);
-    return apply_station_window(grid, window) && size_tables(grid);
+    StationWindow window;
+    return read_station_window(pf, window) && apply_station_window(grid, window) &&
+           size_tables(grid);
 }
 
 }  // namespace

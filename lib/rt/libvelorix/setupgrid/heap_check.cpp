@@ -107,6 +107,9 @@ bool check_sizes(const Velorix& grid, const HeapPlace& place) {
             return fault(place, size.offset, "%s is %lld, expected %lld.", size.name,
                          static_cast<long long>(size.found), static_cast<long long>(size.value));
     }
+    // No position bounds the other count of such a mesh.
+    if (nh == 0 && grid.nx + int64_t{grid.ny} > 0)
+        return fault(place, offsetof(Velorix, ny), "%d rows of %d columns.", grid.ny, grid.nx);
     return true;
 }
 
