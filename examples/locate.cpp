@@ -60,9 +60,11 @@ Result locate(Velorix* grid, Pf* search_keys, Tbl* picks) {
     Arr* map = nullptr;
     const int grouped = velorix_fill_staobs_tbl(picks, &map, 0, 0);
     const StationMap stations(map);
+    if (grouped < 0) return nullptr;
     Tbl* listed = nullptr;
-    if (grouped < 0 || velorix_setup_staobs(map, search.get(), &listed) < 0) return nullptr;
+    const int count = velorix_setup_staobs(map, search.get(), &listed);
     const List stao_tbl(listed);
+    if (count < 0) return nullptr;
 
     double f, score, std_weighted, std_plain, lat, lon, depth, time;
     int32_t ix, iy, id;

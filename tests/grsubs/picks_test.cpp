@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "support/allocations.h"
 #include "support/log_capture.h"
 #include "support/parameters.h"
 #include "support/tiny_grid.h"
@@ -21,6 +22,7 @@ TEST(FillPlist, ReadsBothLayouts) {
     const Row rows[] = {{"STA1 BHZ P 100.5 12.0", 0, -1},
                         {"77 STA1 BHZ P 100.5 12.0", 1, 77},
                         {"  STA1\tBHZ  P +1.005e2 12.0 and more", 0, -1},
+                        {"STA1 BHZ P 0x1.92p6 0x1.8p3", 0, -1},
                         {"9000000000 STA1 BHZ P 100.5 12.0x", 1, 9000000000}};
     for (const Row& row : rows) {
         Tbl* list = nullptr;
@@ -205,6 +207,61 @@ TEST_F(SetupStaobs, FromPlistTakesAssociatedPicksAlone) {
     EXPECT_EQ(1, picks_.station("A").nobs);
     EXPECT_EQ(2.0, picks_.station("A").obs[0]->time);
     freetbl(listed, nullptr);
+}
+
+TEST_F(SetupStaobs, AFailureLeavesTheStationsListedBeforeIt) {
+    station_weights_ patterns[2]{};
+    patterns[0].sta_expr = "A";
+    patterns[1].sta_expr = "(";
+    search_->station_weights = patterns;
+    search_->nstation_weights = 2;
+    search_->station_weights_arr = newarr(nullptr);
+    picks_.add("A", "BHZ", "P", 1);
+    picks_.add("B", "BHZ", "P", 2);
+    LogCapture log;
+    EXPECT_EQ(-1, picks_.set_up(*search_));
+    EXPECT_EQ("velorix_setup_staobs: velorix_get_station_weight() error.\n", log.messages().back());
+    ASSERT_EQ(1, maxtbl(picks_.stao_tbl));
+    EXPECT_STREQ("A", picks_.listed(0).sta);
+    freearr(search_->station_weights_arr, nullptr);
+    for (station_weights_& pattern : patterns) freehook(&pattern.match_hook);
+    search_->station_weights = nullptr;
+    search_->station_weights_arr = nullptr;
+    search_->nstation_weights = 0;
+}
+
+// Running out of memory must not pass for a map without stations.
+TEST_F(SetupStaobs, EveryAllocationThatFailsIsAFailure) {
+    search_->use_swt = 1;
+    picks_.add("A", "BHZ", "P", 1);
+    picks_.add("B", "BHZ", "P", 2);
+    ASSERT_EQ(2, picks_.set_up(*search_));
+    Arr* searches = newarr(nullptr);
+    setarr(searches, "tiny", search_.sp);
+    const auto set_up_and_result = [&] {
+        if (picks_.set_up(*search_) != 2) return false;
+        GridResults* result = nullptr;
+        const int made = velorix_make_result(searches, "tiny", picks_.stao_tbl, picks_.list, 0, 0,
+                                             0, 0, 0, 0, 0, 0, 0, 0, &result);
+        velorix_free_result(result);
+        return made == 0;
+    };
+    bool said = false;  // a capture that allocates would fail too
+    elog_set_hook([](int, int, const char*, void* user) { *static_cast<bool*>(user) = true; },
+                  &said);
+    for (long n = 1; n < 1000; ++n, said = false) {
+        bool good = false;
+        {
+            const FailingAllocations failing(n);
+            good = set_up_and_result();
+        }
+        EXPECT_NE(good, said) << n;
+        if (!good) continue;
+        EXPECT_GT(n, 10);
+        break;
+    }
+    elog_set_hook(nullptr, nullptr);
+    freearr(searches, nullptr);
 }
 
 TEST_F(SetupStaobs, BadSifterSelectsNothing) {

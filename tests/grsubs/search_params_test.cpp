@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 #include <string>
 
@@ -11,10 +12,16 @@ namespace velorix_test {
 namespace {
 
 TEST(SetupSearch, RefusesBadParametersByName) {
+    station_weights_ pattern{"A", 1, 1, 3, HUGE_VAL, 3, 3, nullptr};
     const struct {
         const char* key;
         std::function<void(SearchParams&)> spoil;
     } rows[] = {{"cluster_twin", [](SearchParams& sp) { sp.cluster_twin = 0; }},
+                {"station_weights",
+                 [&](SearchParams& sp) {
+                     sp.station_weights = &pattern;
+                     sp.nstation_weights = 1;
+                 }},
                 {"cluster_prewin", [](SearchParams& sp) { sp.cluster_prewin = std::nan(""); }},
                 {"nxd", [](SearchParams& sp) { sp.nxd = 8; }},
                 {"nyd", [](SearchParams& sp) { sp.nyd = 0; }},

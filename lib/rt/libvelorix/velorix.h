@@ -393,7 +393,8 @@ int velorix_fill_staobs(Pf* pf_phases, Arr** stao_arr, int dbloc2);
  * @param[in,out] stao_arr station map; its records carry the selection of the last grid set up
  * @param[in,out] sp       parameters; the pattern caches grow
  * @param[out]    stao_tbl list of the map's StationObs in key order; release with freetbl(list, 0).
- *                         Untouched when the map is null, null after a failure.
+ *                         Untouched when the map is null. After a failure it holds the stations
+ *                         listed before; null when memory failed for the list itself
  * @return number of stations listed, or -1 after a logged line
  */
 int velorix_setup_staobs(Arr* stao_arr, SearchParams* sp, Tbl** stao_tbl);

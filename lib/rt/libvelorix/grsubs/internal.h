@@ -25,6 +25,8 @@ class Keys {
     Keys(const Keys&) = delete;
     Keys& operator=(const Keys&) = delete;
 
+    /// False when memory failed: the map's keys are then not known.
+    bool listed() const { return keys_ != nullptr; }
     int size() const { return maxtbl(keys_); }
     const char* operator[](int i) const { return static_cast<const char*>(gettbl(keys_, i)); }
 

@@ -80,17 +80,19 @@ int edge_fault(const Velorix& grid, int32_t ix, int32_t iy) {
     return iy == 0 || ix == 0 || ix == grid.nx - 1 || iy == grid.ny - 1;
 }
 
-int priority_fault(const Arr* sp_arr, const char* gridname, const SearchParams& sp, double lat,
-                   double lon) {
+/// False after a logged line.
+bool set_priority_fault(GridResults& result, const Arr* sp_arr, const char* gridname) {
     const Keys names(sp_arr);
+    if (!names.listed()) return elog_log(1, "velorix_make_result: malloc() error.\n"), false;
     for (int i = 0; i < names.size(); ++i) {
         if (std::strcmp(names[i], gridname) == 0) continue;
         const auto* other = static_cast<const SearchParams*>(getarr(sp_arr, names[i]));
-        if (other && sp.priority < other->priority && velorix_inside(other->velorix, lat, lon)) {
-            return 1;
+        if (other && result.sp->priority < other->priority &&
+            velorix_inside(other->velorix, result.lat, result.lon)) {
+            result.priority_fault = 1;
         }
     }
-    return 0;
+    return true;
 }
 
 }  // namespace
@@ -131,13 +133,13 @@ extern "C" int velorix_make_result(Arr* sp_arr, const char* gridname, Tbl* stao_
     result.lat = elat;
     result.lon = elon;
     result.depth = edepth;
-    if (!velorix::copy_into(result, *sp, stao_tbl) || !velorix::list_picks(result, ptbl)) {
+    if (!velorix::copy_into(result, *sp, stao_tbl) || !velorix::list_picks(result, ptbl) ||
+        !velorix::set_priority_fault(result, sp_arr, gridname)) {
         velorix::empty_result(result);
         return -1;
     }
     velorix::count_stations(result);
     result.edge_fault = velorix::edge_fault(*sp->velorix, eix, eiy);
-    result.priority_fault = velorix::priority_fault(sp_arr, gridname, *sp, elat, elon);
     if (fresh) *res = fresh.release();
     return 0;
 }

@@ -50,6 +50,9 @@ class Checker {
             if (!std::isfinite(entry.p_weight) || !std::isfinite(entry.s_weight)) {
                 refuse("station_weights", "has a weight that is not a finite number");
             }
+            if (!std::isfinite(entry.p_max_resid) || !std::isfinite(entry.s_max_resid)) {
+                refuse("station_weights", "has a residual limit that is not a finite number");
+            }
         }
     }
 

@@ -95,6 +95,7 @@ int list_station(StationObs& station, SearchParams& sp, const Selection& how, Tb
 
 int list_stations(Arr* stao_arr, SearchParams& sp, const Selection& how, Tbl* stao_tbl) {
     const Keys names(stao_arr);
+    if (!names.listed()) return elog_log(1, "velorix_setup_staobs: malloc() error.\n"), -1;
     for (int i = 0; i < names.size(); ++i) {
         auto& station = *static_cast<StationObs*>(getarr(stao_arr, names[i]));
         if (list_station(station, sp, how, stao_tbl) < 0) return -1;
@@ -107,12 +108,7 @@ int setup(Arr* stao_arr, SearchParams& sp, Tbl** stao_tbl, const Selection& how)
     if (!stao_arr) return 0;
     *stao_tbl = newtbl(maxarr(stao_arr));
     if (!*stao_tbl) return elog_log(0, "velorix_setup_staobs:newtbl() error.\n"), -1;
-    const int result = list_stations(stao_arr, sp, how, *stao_tbl);
-    if (result < 0) {
-        freetbl(*stao_tbl, nullptr);
-        *stao_tbl = nullptr;
-    }
-    return result;
+    return list_stations(stao_arr, sp, how, *stao_tbl);
 }
 
 }  // namespace

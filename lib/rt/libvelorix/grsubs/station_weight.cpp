@@ -130,6 +130,7 @@ int velorix_get_station_weight(SearchParams* sp, const char* sta, double* p_weig
 int velorix_setup_swt(Arr* stao_arr, SearchParams* sp) {
     if (!stao_arr || sp->use_swt == 0) return 0;
     const velorix::Keys names(stao_arr);
+    if (!names.listed()) return elog_log(1, "velorix_setup_swt: malloc() error.\n"), -1;
     const int n = names.size();
     if (n == 0) return 0;
     const auto bytes = static_cast<long>(static_cast<size_t>(n) * sizeof(double));
