@@ -1,5 +1,6 @@
 #include "platform/netname/seednet.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -53,6 +54,22 @@ std::vector<std::string_view> affiliation_fields(std::string_view line) {
     return fields;
 }
 
+// Whether a line stands in the columns of an affiliation table, with a load date behind them. Lines
+// without one say the same to either reader.
+bool looks_fixed_width(std::string_view line) {
+    constexpr size_t net_end = 8, station = 9, station_end = 15;
+    const auto tail = line.substr(std::min(line.find_last_not_of(" \t\r") + 1, line.size()));
+    line.remove_suffix(tail.size());
+    if (line.find_first_of(",#\t") != line.npos || line.size() <= station || line[0] == ' ' ||
+        line[net_end] != ' ' || line[station] == ' ') {
+        return false;
+    }
+    if (line.size() <= station_end) return true;
+    const std::string_view date = line.substr(line.find_first_not_of(' ', station_end));
+    const bool digits_first = date[0] >= '0' && date[0] <= '9';
+    return line[station_end] == ' ' && (date == "-" || (digits_first && date.size() >= 8));
+}
+
 std::vector<std::string_view> text_fields(std::string_view line) {
     return split(line.substr(0, line.find('#')), " \t\r,");
 }
@@ -64,10 +81,15 @@ int bad_line(const char* path, int number, const char* what) {
 int read_table(const char* path, Registrations& table) {
     std::ifstream in(path);
     if (!in) return elog_log(1, "seednet_load: cannot open %s.\n", path), -1;
-    const bool fixed_width = std::string_view(path).ends_with(".affiliation");
-    std::string line;
-    for (int number = 1; std::getline(in, line); ++number) {
-        const auto fields = fixed_width ? affiliation_fields(line) : text_fields(line);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) lines.push_back(std::move(line));
+    const bool fixed_width = std::string_view(path).ends_with(".affiliation") ||
+                             std::all_of(lines.begin(), lines.end(), [](const std::string& line) {
+                                 return split(line, " \t\r").empty() || looks_fixed_width(line);
+                             });
+    for (size_t i = 0; i < lines.size(); ++i) {
+        const auto number = static_cast<int>(i + 1);
+        const auto fields = fixed_width ? affiliation_fields(lines[i]) : text_fields(lines[i]);
         if (fields.empty()) continue;
         if (fields.size() < 2 || fields.size() > (fixed_width ? 2u : 3u)) {
             return bad_line(path, number, "expected network, station and perhaps a code");

@@ -11,8 +11,9 @@ extern "C" {
 enum { SEEDNET_CODE_SIZE = 16 }; /* bytes of every code with its terminator */
 
 /**
- * Adds the stations of a table file. A file called *.affiliation is a CSS3.0 `affiliation` table
- * (network in columns 1-8, station in columns 10-15); any other is text with the columns network,
+ * Adds the stations of a table file. A file called *.affiliation, or whose every line stands in
+ * its columns, is a CSS3.0 `affiliation` table (network in columns 1-8, station in columns 10-15,
+ * a load date behind them); any other is text with the columns network,
  * station[, code] separated by blanks or commas, '#' starting a comment. `code` is the station's
  * registered code where it differs from its name. A station that comes again keeps its first entry,
  * as a station of several networks does.

@@ -43,11 +43,23 @@ TEST_F(SeedNet, ReadsTextTables) {
 }
 
 TEST_F(SeedNet, ReadsAffiliationTables) {
-    const TempFile table("IU       ANMO    2018-01-05 00:00\nAK       A19K            1515110400\n",
-                         "db.affiliation");
+    for (const char* name : {"db.affiliation", "networks.txt"}) {
+        const TempFile table(
+            "IU       ANMO    2018-01-05 00:00 \nAK       A19K            1515110400\n\n"
+            "AK       BMR\nUS       GOL    -\n",
+            name);
+        EXPECT_EQ(4, seednet_load(table.c_str())) << name;
+        EXPECT_EQ("IU_ANMO", name_of("ANMO"));
+        EXPECT_EQ("AK_A19K", name_of("A19K"));
+        EXPECT_EQ("US_GOL", name_of("GOL"));
+        seednet_clear();
+    }
+}
+
+TEST_F(SeedNet, TakesTextInColumnsForText) {
+    const TempFile table("IU       ANMO    ANM0\nAK       A19K    A19\n");
     EXPECT_EQ(2, seednet_load(table.c_str()));
-    EXPECT_EQ("IU_ANMO", name_of("ANMO"));
-    EXPECT_EQ("AK_A19K", name_of("A19K"));
+    EXPECT_EQ("IU_ANM0", name_of("ANMO"));
 }
 
 TEST_F(SeedNet, BadLineLeavesTheTableAndIsNamed) {
