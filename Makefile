@@ -5,7 +5,8 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: all help deps configure programs demo demo-global test bench accuracy lint install clean
+.PHONY: all help deps configure programs demo demo-global test bench accuracy lint install deb deb-test \
+        docs clean
 
 all: configure
 	@cmake --build $(BUILD) -j $(JOBS)
@@ -19,6 +20,8 @@ help:
 	@echo 'make accuracy        build, then compare travel times with reference tables (REFERENCE=folder)'
 	@echo 'make lint            check the format; clang-tidy on what changed (ALL=1: on everything)'
 	@echo 'make install         build and install below PREFIX=$(PREFIX)'
+	@echo 'make deb             build Debian packages in $(BUILD)/deb (make deb-test: and try them)'
+	@echo 'make docs            build the reference of the C interface in build/docs/html'
 	@echo 'make clean           remove what was built'
 	@echo 'Variables: PRESET=release|debug|asan|tsan  JOBS=n  PREFIX=dir  WERROR=ON|OFF'
 
@@ -57,8 +60,22 @@ lint: configure
 # there when it does not lie beside them.
 install: deps
 	@cmake --preset $(PRESET) -DVELORIX_WERROR=$(WERROR) -DCMAKE_INSTALL_PREFIX=$(abspath $(PREFIX)) > /dev/null
-	@cmake --build $(BUILD) -j $(JOBS)
+	@cmake --build $(BUILD) -j $(JOBS) --target velorix_package
 	@cmake --install $(BUILD)
+
+deb: deps
+	@sh tools/install_deps.sh dpkg-dev file
+	@cmake --preset $(PRESET) -DVELORIX_WERROR=$(WERROR) -DCMAKE_INSTALL_PREFIX=/usr > /dev/null
+	@cmake --build $(BUILD) -j $(JOBS) --target velorix_package
+	@cpack --config $(BUILD)/CPackConfig.cmake -B $(BUILD)/deb
+
+deb-test: deb
+	@sh tests/package/run.sh $(BUILD)/deb
+
+docs:
+	@sh tools/install_deps.sh doxygen
+	@mkdir -p build/docs && doxygen docs/Doxyfile
+	@echo 'build/docs/html/index.html'
 
 clean:
 	rm -rf build demo-out

@@ -1,17 +1,30 @@
-# What `make install` copies beside the libraries and headers, and how other builds find them.
+# What is installed beside the libraries and headers, and how other builds find them.
 # Components: programs, library (the shared one), development.
 include(CMakePackageConfigHelpers)
 
+# `make install` and the packages build this target, and neither tests nor benchmarks.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
+add_custom_target(velorix_package)
+add_dependencies(velorix_package velorix_static velorix_shared)
+
 foreach(program velorix velorix-info velorix-assoc)
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT programs)
+    add_dependencies(velorix_package ${program})
 endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT programs)
 
+set(man_folder ${CMAKE_BINARY_DIR}/man)
 foreach(page velorix.1 velorix-info.1 velorix-assoc.1 velorix-grid.5 velorix.toml.5)
     string(REGEX MATCH "[0-9]$" section ${page})
-    install(FILES ${PROJECT_SOURCE_DIR}/docs/man/${page}
-        DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT programs)
+    set(packed ${man_folder}/man${section}/${page}.gz)
+    add_custom_command(OUTPUT ${packed} DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/${page}
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${man_folder}/man${section}
+        COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/docs/man/${page} > ${packed})
+    list(APPEND man_pages ${packed})
+    install(FILES ${packed} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT programs)
 endforeach()
+add_custom_target(velorix_man ALL DEPENDS ${man_pages})
+add_dependencies(velorix_package velorix_man)
 
 # The share folder, and the same folder in the build tree for programs that run from there.
 set(share_folder ${CMAKE_INSTALL_DATADIR}/velorix)
@@ -21,8 +34,8 @@ foreach(pair models=platform/ttcalc/models examples=examples)
     string(REGEX MATCH "^(.*)=(.*)$" matched ${pair})
     set(folder ${PROJECT_SOURCE_DIR}/${CMAKE_MATCH_2})
     file(CREATE_LINK ${folder} ${build_share}/${CMAKE_MATCH_1} SYMBOLIC)
-    install(DIRECTORY ${folder}/ DESTINATION ${share_folder}/${CMAKE_MATCH_1}
-        COMPONENT programs PATTERN CMakeLists.txt EXCLUDE)
+    install(DIRECTORY ${folder}/ DESTINATION ${share_folder}/${CMAKE_MATCH_1} COMPONENT programs
+        USE_SOURCE_PERMISSIONS PATTERN CMakeLists.txt EXCLUDE)
 endforeach()
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/velorix)
@@ -41,3 +54,4 @@ string(REGEX REPLACE "/$" "" prefix_from_pc "${prefix_from_pc}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/velorix.pc.in ${CMAKE_BINARY_DIR}/velorix.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/velorix.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
     COMPONENT development)
+include(VelorixDebian)

@@ -1,12 +1,13 @@
 #!/bin/sh
-# Computes grids of every mode from real stations into demo-out/ and shows what they hold.
+# Computes grids of every mode from real stations into the folder demo-out and shows what they hold.
 #   sh examples/demo.sh           file, edp and slow grids
 #   sh examples/demo.sh global    the global utele grid too, with time and memory
-# VELORIX_BIN names the folder of the programs (default: the release build).
+# VELORIX_BIN names the folder of the programs (default: the release build, else the search path).
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
 bin=${VELORIX_BIN:-$root/build/release/bin}
-out=${VELORIX_DEMO_OUT:-$root/demo-out}
+[ -x "$bin/velorix" ] || bin=$(dirname "$(command -v velorix)")
+out=${VELORIX_DEMO_OUT:-$PWD/demo-out}
 mkdir -p "$out"
 
 # compute FOLDER FILE: the grids of examples/FOLDER/velorix.toml into a file that is not yet complete.

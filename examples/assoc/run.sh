@@ -1,11 +1,12 @@
 #!/bin/sh
 # From stations and picks to a catalogue: computes the grid and prints the events of half an hour.
 #   sh examples/assoc/run.sh [OUTPUT_FOLDER]
-# VELORIX_BIN names the folder of the programs (default: the release build).
+# VELORIX_BIN names the folder of the programs (default: the release build, else the search path).
 set -eu
 root=$(cd "$(dirname "$0")/../.." && pwd)
 bin=${VELORIX_BIN:-$root/build/release/bin}
-out=${1:-$root/demo-out}
+[ -x "$bin/velorix" ] || bin=$(dirname "$(command -v velorix)")
+out=${1:-demo-out}
 mkdir -p "$out"
 out=$(cd "$out" && pwd)
 cd "$root/examples/assoc"

@@ -1,0 +1,44 @@
+#!/bin/sh
+# Unpacks the Debian packages into an empty folder and uses what is there: programs on real stations
+# and picks, man pages, and the library from programs of others.
+# Usage: run.sh FOLDER_OF_PACKAGES [CC CXX]
+set -eu
+packages=$1 cc=${2:-cc} cxx=${3:-c++}
+here=$(cd "$(dirname "$0")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+unset VELORIX_SHARE VELORIX_PFPATH VELORIX_MODELPATH
+
+for package in velorix libvelorix0 libvelorix-dev; do
+    file=$(ls "$packages/${package}"_*.deb) || { echo "no package $package"; exit 1; }
+    dpkg-deb -x "$file" "$work/root"
+    depends=$(dpkg-deb -f "$file" Depends)
+    case $package,$depends in
+        libvelorix-dev,*libvelorix0*libsqlite3-dev* | velorix,*libc6*libsqlite3-0* | \
+            libvelorix0,*libc6*libsqlite3-0*) ;;
+        *) echo "$package depends on $depends"; exit 1 ;;
+    esac
+done
+prefix=$work/root/usr
+
+# The examples as they were installed, in a folder of one's own.
+PATH="$prefix/bin:$PATH" sh "$prefix/share/velorix/examples/assoc/run.sh" "$work/out" > "$work/log" ||
+    { cat "$work/log"; exit 1; }
+events=$(tail -n 1 "$work/log")
+[ "${events% events}" -gt 10 ] || { echo "velorix-assoc found $events"; exit 1; }
+echo "programs: $events from $(wc -l < "$prefix/share/velorix/examples/assoc/picks.csv") lines of picks"
+
+for page in velorix.1 velorix-info.1 velorix-assoc.1 velorix-grid.5 velorix.toml.5; do
+    name=${page%.?}
+    man -M "$prefix/share/man" "$name" 2>&1 > "$work/page" | sed "s/^/$page: /"
+    grep -q "^$(echo "$name" | tr '[:lower:]' '[:upper:]')(${page##*.})" "$work/page" ||
+        { echo "man does not find $page"; exit 1; }
+done
+echo "man pages: found"
+
+libdir=$(dirname "$(find "$prefix" -name libvelorix.a)")
+cflags="-I$prefix/include/velorix"
+"$cc" -std=c11 "$cflags" "$prefix/share/velorix/examples/read_grid.c" -o "$work/read_grid" -L"$libdir" \
+    -lvelorix
+LD_LIBRARY_PATH=$libdir "$work/read_grid" "$work/out/italy.vxg" ARRO 0
+sh "$here/../consumer/build_against.sh" "$prefix" "$cc" "$cxx"
