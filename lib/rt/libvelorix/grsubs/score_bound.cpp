@@ -16,7 +16,7 @@ constexpr double kSlack = 1e-3;
 // Fewer bins fold distant origin times onto each other, more take longer to clear and to sum
 // (measured with 80, 300 and 1200 candidates).
 int choose_bins(int candidates) {
-    constexpr unsigned kBinsPerCandidate = 8;
+    constexpr unsigned kBinsPerCandidate = 4;
     constexpr unsigned kFewest = 128;
     constexpr unsigned kMost = 2048;
     const auto wanted = kBinsPerCandidate * std::min(static_cast<unsigned>(candidates), kMost);
