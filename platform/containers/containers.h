@@ -1,6 +1,6 @@
 #ifndef VELORIX_PLATFORM_CONTAINERS_H
 #define VELORIX_PLATFORM_CONTAINERS_H
-/*
+/** @file
  * Lists and string-keyed maps of pointers, and the opaque state handle that a service keeps between
  * calls. None of them owns what its pointers lead to. Not synchronised: one thread at a time
  * writes.
@@ -9,9 +9,9 @@
 extern "C" {
 #endif
 
-typedef struct Tbl Tbl;   /* ordered list of pointers */
-typedef struct Arr Arr;   /* map from string to pointer, keys in byte order (strcmp) by default */
-typedef struct Hook Hook; /* state of a service, filled on first use and reused */
+typedef struct Tbl Tbl;    ///< ordered list of pointers
+typedef struct Arr Arr;    ///< map from string to pointer, keys in byte order (strcmp) by default
+typedef struct Hook Hook;  ///< state of a service, filled on first use and reused
 
 /* ---- Lists ---- */
 
@@ -31,8 +31,10 @@ int maxtbl(const Tbl* tbl);
 void clrtbl(Tbl* tbl);
 /**
  * Stable sort of the entries.
+ * @param tbl     the list
  * @param compare negative, 0 or positive as `a` sorts before, with or after `b`; it is handed the
  *                addresses of two entries, as qsort does, and `user`
+ * @param user    handed to `compare`; may be null
  */
 void sorttbl(Tbl* tbl, int (*compare)(const void* a, const void* b, void* user), void* user);
 /** Releases a list; calls `release`, unless null, on every non-null entry. Null is fine. */

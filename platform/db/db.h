@@ -1,12 +1,12 @@
 #ifndef VELORIX_PLATFORM_DB_H
 #define VELORIX_PLATFORM_DB_H
-/*
+/** @file
  * Table database: read-only tables of the CSS3.0 schema from three kinds of file, told apart by
  * looking at them: CSS3.0 fixed-width flat files (NAME.table beside each other, or a folder holding
  * one *.site), a SQLite 3 file with tables of those names, or an FDSN station text file
- * (#Network | Station | ...), whose rows appear as `site`. A table is read and checked in one pass
- * when it is first looked up; every later read comes from memory. A malformed row is a logged error
- * naming file and line, never a silent zero.
+ * (columns Network, Station and so on between bars), whose rows appear as `site`. A table is read
+ * and checked in one pass when it is first looked up; every later read comes from memory. A
+ * malformed row is a logged error naming file and line, never a silent zero.
  *
  * Tables: `site` (sta, ondate, offdate, lat, lon, elev) and `affiliation` (net, sta), whose rows
  * are checked for what they mean; and those of a catalogue with all their columns, `event`,
@@ -21,10 +21,10 @@ enum { dbRECORD_COUNT = 301 };
 
 /** A place in a database: an open database, one of its tables, one record of it. */
 typedef struct Dbptr {
-    int database; /* handle number, or dbINVALID */
-    int table;    /* table number, or dbINVALID */
-    long record;  /* record number from 0; set it to select a row */
-    int field;    /* unused, 0 */
+    int database;  ///< handle number, or dbINVALID
+    int table;     ///< table number, or dbINVALID
+    long record;   ///< record number from 0; set it to select a row
+    int field;     ///< unused, 0
 } Dbptr;
 
 /**

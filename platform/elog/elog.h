@@ -1,6 +1,6 @@
 #ifndef VELORIX_PLATFORM_ELOG_H
 #define VELORIX_PLATFORM_ELOG_H
-/*
+/** @file
  * Error log: every diagnostic of the system leaves through here.
  *
  * A line goes to standard error as "program: message". The message text stays exactly as given; a

@@ -1,6 +1,6 @@
 #ifndef VELORIX_PLATFORM_SEEDNET_H
 #define VELORIX_PLATFORM_SEEDNET_H
-/*
+/** @file
  * Network naming: the network and station code under which a station is registered. The table is
  * process-wide; load it before a search starts, it is only read afterwards.
  */

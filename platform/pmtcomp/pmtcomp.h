@@ -1,6 +1,6 @@
 #ifndef VELORIX_PLATFORM_PMTCOMP_H
 #define VELORIX_PLATFORM_PMTCOMP_H
-/*
+/** @file
  * Thread work splitting: a range of node numbers is cut into one piece per worker, and a callback
  * runs over the pieces at the same time. The workers are made once and wait between the runs.
  */

@@ -1,6 +1,8 @@
 #ifndef VELORIX_PLATFORM_SHARE_H
 #define VELORIX_PLATFORM_SHARE_H
-/* The folder of files that come with the system: models, example parameter files. */
+/** @file
+ * The folder of files that come with the system: models, example parameter files.
+ */
 #ifdef __cplusplus
 extern "C" {
 #endif

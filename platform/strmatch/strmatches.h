@@ -1,6 +1,8 @@
 #ifndef VELORIX_PLATFORM_STRMATCHES_H
 #define VELORIX_PLATFORM_STRMATCHES_H
-/* Pattern matching: POSIX extended regular expressions against whole texts. */
+/** @file
+ * Pattern matching: POSIX extended regular expressions against whole texts.
+ */
 #include "platform/containers/containers.h"
 #ifdef __cplusplus
 extern "C" {

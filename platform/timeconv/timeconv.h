@@ -1,6 +1,8 @@
 #ifndef VELORIX_PLATFORM_TIMECONV_H
 #define VELORIX_PLATFORM_TIMECONV_H
-/* Time strings, epoch seconds and day numbers. UTC always; no dependence on locale or TZ. */
+/** @file
+ * Time strings, epoch seconds and day numbers. UTC always; no dependence on locale or TZ.
+ */
 #ifdef __cplusplus
 extern "C" {
 #endif

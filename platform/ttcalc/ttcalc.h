@@ -1,6 +1,6 @@
 #ifndef VELORIX_PLATFORM_TTCALC_H
 #define VELORIX_PLATFORM_TTCALC_H
-/*
+/** @file
  * Travel-time calculator: arrivals of the P and S families in a spherically symmetric earth.
  *
  * Method "tttaup" is a tau-p calculation (Buland & Chapman 1983, BSSA 73, 1271-1302) on a sphere of
@@ -22,8 +22,8 @@ typedef struct TTPoint {
 
 /** A source and a receiver. */
 typedef struct TTGeometry {
-    TTPoint source;
-    TTPoint receiver;
+    TTPoint source;    ///< where the ray starts
+    TTPoint receiver;  ///< where it ends
 } TTGeometry;
 
 /** One arrival. */

@@ -1,6 +1,6 @@
 #ifndef VELORIX_H
 #define VELORIX_H
-/*
+/** @file
  * libvelorix: travel-time grids, and the association engine that works on them.
  *
  * Conventions
@@ -81,10 +81,10 @@ typedef struct Velorix {
     double latr;                     ///< reference latitude, degrees
     double lonr;                     ///< reference longitude, degrees
     double strike;                   ///< azimuth of the mesh's x axis, degrees clockwise from north
-    double xmin;  ///< extent along x: degrees of arc, or slowness of a slowness grid
-    double xmax;
-    double ymin;
-    double ymax;
+    double xmin;          ///< extent along x: degrees of arc, or slowness of a slowness grid
+    double xmax;          ///< greatest x
+    double ymin;          ///< least y
+    double ymax;          ///< greatest y
     double* depths;       ///< [nd] km
     float* distances;     ///< distance table: [ndist]; else [nn][ns] degrees; null when absent
     float* P_times;       ///< [nn][ns] or [nd][ndist] seconds; null when absent
@@ -223,8 +223,11 @@ int velorix_setup_slowness_grid(Velorix* grid, const char* name, Pf* pf);
 int velorix_setup_readfromfile_grid(Velorix* grid, const char* name, Pf* pf);
 /**
  * Positions from an array, copied in order ("utele"). Reads `compute_distances` (boolean).
- * @param[in] nsrc number of positions, 0 or more
- * @param[in] srcs [nsrc], taken as they are; may be null when nsrc is 0
+ * @param[in,out] grid a record of velorix_new with its stations set
+ * @param[in]     name the grid's name; its first 64 bytes are kept
+ * @param[in]     nsrc number of positions, 0 or more
+ * @param[in]     srcs [nsrc], taken as they are; may be null when nsrc is 0
+ * @param[in]     pf   the grid's parameters
  * @return 0, or -1 after a logged line
  */
 int velorix_setup_fromsourcearray_grid(Velorix* grid, const char* name, int nsrc,
@@ -251,6 +254,7 @@ int velorix_compute_travel_times(Velorix* grid, velorix_progress callback);
 
 /**
  * P and S travel time from one grid node to one station.
+ * @param[in]  grid    a packed or loaded grid
  * @param[in]  is      station number, 0 .. ns-1
  * @param[in]  ix      mesh column, 0 .. nx-1 (general mesh: node number, 0 .. nn-1)
  * @param[in]  iy, id  mesh row and depth number (not used on a general mesh)
@@ -284,6 +288,7 @@ int velorix_get_minmax_ttimes(const Velorix* grid, double* minptime, double* max
 /**
  * A point in the mesh's own coordinates: (0, 0) at position 0, (1, 0) at the end of the first row,
  * (0, 1) at the start of the last row.
+ * @param[in]  grid         the grid
  * @param[in]  lat, lon     degrees
  * @param[out] xproj, yproj fractions of the mesh's extent; 0 along an axis of a single column or
  *                          row, and 0 on a general mesh
@@ -321,7 +326,8 @@ SearchParams* velorix_new_search(Velorix* grid);
  * [p_max_resid_sweep s_max_resid_sweep]" a line), `p_weights` and `s_weights` ("distance weight" a
  * line, joined by straight lines), `nsta_thresh` ("distance count" a line), `sta_defining_arr` and
  * `drop_if_in_grid` (names). A list replaces what an earlier call read.
- * @param[in] pf parameter node; must outlive the parameters when it holds `relocate_params`
+ * @param[in,out] sp parameters of velorix_new_search
+ * @param[in]     pf parameter node; must outlive the parameters when it holds `relocate_params`
  * @return 0; -1 after a logged line that names the key (fields read before it keep their new
  * values)
  */
@@ -359,6 +365,7 @@ void velorix_free_search_thread(void* thread);
  * Reads picks from the list `arrivals` of a parameter node: one a line, "station channel phase time
  * snr", or with an arrival identifier in front. Codes have at most 15 characters, times are epoch
  * seconds.
+ * @param[in]  pf_phases node with the list
  * @param[out] picktbl list of PickList*, null when there are no lines; release it with
  *                     freetbl(picktbl, free)
  * @param[in]  dbloc2  non-zero: lines start with an arrival identifier
@@ -414,6 +421,7 @@ int velorix_cleanup_plist(Tbl* plist_tbl);
 /**
  * Score of one node: observations are back-projected to origin times, and the best cluster of them
  * marks its members (`used` 1 as P, 2 as S).
+ * @param[in,out] sp        parameters that velorix_setup_search has accepted
  * @param[in]  thread_index place in sp's threads_tbl of the scratch to use; one caller at a time
  * each
  * @param[in]  ix, iy, id   node, as velorix_get_ttimes numbers it
@@ -433,6 +441,9 @@ int velorix_node_backproj(SearchParams* sp, int32_t thread_index, int32_t ix, in
 
 /**
  * Origin time, scatter or residuals at a node from the marks of the last back-projection.
+ * @param[in]     grid  the grid
+ * @param[in]     ix, iy, id node, as velorix_get_ttimes numbers it
+ * @param[in,out] stao_tbl stations with their marks; residuals are written into their observations
  * @param[in,out] etime origin time, epoch seconds: output when compute_resids is 0, else input
  * @param[out]    std   weighted standard deviation, s; untouched when compute_resids is set
  * @param[out]    stduw unweighted standard deviation, s; may be null
@@ -465,7 +476,9 @@ int velorix_scan_grid(SearchParams* sp, Tbl* stao_tbl, double* f, double* nclust
 
 /**
  * Scores nodes ioffset .. ioffset + number - 1 at sp's idepth: what every worker of a scan runs.
- * @param user_data a SearchThread with its thread_index, sp and stao_tbl set
+ * @param[in]     ioffset   first node
+ * @param[in]     number    how many nodes
+ * @param[in,out] user_data a SearchThread with its thread_index, sp and stao_tbl set
  * @return 0, or -1 after a logged line
  */
 int64_t velorix_comp_sub(int32_t ioffset, int32_t number, void* user_data);
@@ -478,6 +491,7 @@ int64_t velorix_comp_sub(int32_t ioffset, int32_t number, void* user_data);
  * commits).
  * @param[in,out] stao_tbl  stations as velorix_scan_grid left them
  * @param[in,out] plist_tbl the picks the stations were made from
+ * @param[in]     sp        the grid's parameters
  * @param[in]     etime     origin time, epoch seconds
  * @param[in]     elat, elon position, degrees
  * @param[in]     ix, iy, id node
@@ -491,7 +505,11 @@ int velorix_setup_plist(Tbl* stao_tbl, Tbl* plist_tbl, SearchParams* sp, double 
  * @param[in]     sp_arr   SearchParams by grid name, every grid of the search: a location inside
  *                         another grid of higher priority is a priority fault
  * @param[in]     gridname the solution's grid
+ * @param[in,out] stao_tbl stations as velorix_scan_grid left them
  * @param[in]     ptbl     picks; the result lists those with used_save set, of earlier events too
+ * @param[in]     std, std_weighted, performance unweighted and weighted scatter (s), score
+ * @param[in]     eix, eiy, eid node of the solution
+ * @param[in]     etime, elat, elon, edepth origin time (epoch seconds), degrees, km
  * @param[in,out] res      null: a record is made; else the one there is refilled. Release it with
  *                         velorix_free_result. Untouched when the grid is unknown; the refilled
  *                         record is left empty, a new one not handed out, after other failures.

@@ -1,6 +1,8 @@
 #ifndef VELORIX_PVT_H
 #define VELORIX_PVT_H
-/* What the library's units share and most callers never see; the engine's records. */
+/** @file
+ * What the library's units share and most callers never see; the engine's records.
+ */
 #include "platform/pmtcomp/pmtcomp.h"
 #include "velorix.h"
 #ifdef __cplusplus
@@ -43,103 +45,103 @@ typedef struct nsta_thresh_entry_ {
 
 /** A station weight pattern. */
 typedef struct station_weights_ {
-    const char* sta_expr;  ///< pattern on station names; with '_': on "network_code"
-    double p_weight;       ///< initial P weight of matching stations
-    double s_weight;
-    double p_max_resid;  ///< largest P residual for association, s
-    double s_max_resid;
+    const char* sta_expr;      ///< pattern on station names; with '_': on "network_code"
+    double p_weight;           ///< initial P weight of matching stations
+    double s_weight;           ///< initial S weight of matching stations
+    double p_max_resid;        ///< largest P residual for association, s
+    double s_max_resid;        ///< largest S residual for association, s
     double p_max_resid_sweep;  ///< for the calling program
-    double s_max_resid_sweep;
-    Hook* match_hook;  ///< compiled pattern; null at first
+    double s_max_resid_sweep;  ///< for the calling program
+    Hook* match_hook;          ///< compiled pattern; null at first
 } station_weights_;
 
 /** A node of a curve of weight against distance; nodes stand in increasing distance. */
 typedef struct weights_ {
     double distance;  ///< degrees
-    double weight;
-    double slope;  ///< weight per degree on the segment that starts here
+    double weight;    ///< at this distance
+    double slope;     ///< weight per degree on the segment that starts here
 } weights_;
 
 /** One pick. */
 struct PickList {
-    char sta[16];
-    char chan[16];
-    char phase[16];   ///< as picked
-    char ophase[16];  ///< as associated: "P", "S" or empty
-    double time;      ///< epoch seconds
-    double snr;
-    double resid;   ///< s; 0 until an association pass, 999.999 from its first step
-    double delta;   ///< station distance, degrees
-    double seaz;    ///< station to event, degrees, 0 .. 360
-    double esaz;    ///< event to station, degrees, 0 .. 360
-    double weight;  ///< the station's node weight for the phase; 1.0 without a station
-    int64_t arid;   ///< arrival identifier; -1 without
-    int defining;
-    int associated;
-    int used;        ///< non-zero: taken by an event
-    int used_save;   ///< the pass's proposal for `used`
-    int defining_P;  ///< in the solution's cluster as P
-    int defining_S;
+    char sta[16];               ///< station code
+    char chan[16];              ///< channel code
+    char phase[16];             ///< as picked
+    char ophase[16];            ///< as associated: "P", "S" or empty
+    double time;                ///< epoch seconds
+    double snr;                 ///< signal-to-noise ratio
+    double resid;               ///< s; 0 until an association pass, 999.999 from its first step
+    double delta;               ///< station distance, degrees
+    double seaz;                ///< station to event, degrees, 0 .. 360
+    double esaz;                ///< event to station, degrees, 0 .. 360
+    double weight;              ///< the station's node weight for the phase; 1.0 without a station
+    int64_t arid;               ///< arrival identifier; -1 without
+    int defining;               ///< 1: associated, and in the cluster of the solution
+    int associated;             ///< 1: the pick of its station and phase
+    int used;                   ///< non-zero: taken by an event
+    int used_save;              ///< the pass's proposal for `used`
+    int defining_P;             ///< in the solution's cluster as P
+    int defining_S;             ///< in the solution's cluster as S
     StationObs* stao;           ///< null when the pick was left out
     struct sta_obs2* stao_obs;  ///< null when the pick was left out
 };
 
 /** One observation. */
 typedef struct sta_obs2 {
-    int64_t arid;  ///< set only when picks carry identifiers
-    double time;   ///< epoch seconds
-    double snr;
-    double resid;       ///< at the node last evaluated, s
-    double resid_save;  ///< for the calling program
-    int useforP;        ///< 1: may serve as P
-    int useforS;
-    int used;       ///< at the current node: 0 no, 1 as P, 2 as S
-    int used_save;  ///< for the calling program
-    char phase[16];
-    char chan[16];
+    int64_t arid;        ///< set only when picks carry identifiers
+    double time;         ///< epoch seconds
+    double snr;          ///< signal-to-noise ratio
+    double resid;        ///< at the node last evaluated, s
+    double resid_save;   ///< for the calling program
+    int useforP;         ///< 1: may serve as P
+    int useforS;         ///< 1: may serve as S
+    int used;            ///< at the current node: 0 no, 1 as P, 2 as S
+    int used_save;       ///< for the calling program
+    char phase[16];      ///< as picked
+    char chan[16];       ///< channel code
     PickList* plist;     ///< its pick; null when the pick was released
     StationObs* parent;  ///< its station
 } sta_obs2;
 
 /** All observations of one station. */
 struct StationObs {
-    char sta[16];  ///< first, so that the record also serves as its station's name
-    double lat;    ///< degrees
-    double lon;
+    char sta[16];             ///< first, so that the record also serves as its station's name
+    double lat;               ///< degrees
+    double lon;               ///< degrees
     double elev;              ///< km
     double p_weight_initial;  ///< before distance weighting; 0 when left out
-    double s_weight_initial;
-    double distance;  ///< from the current node, degrees
-    double p_weight;  ///< at the current node
-    double s_weight;
-    int is;          ///< number in the grid; -1 when left out
-    int used;        ///< 1: excluded at the current node
-    int nobs_orig;   ///< entries of obs_orig
-    int nobs;        ///< entries of obs in use
-    int defining_P;  ///< for the calling program
-    int defining_S;
-    PickList* minresid_P;  ///< the pick associated as P
-    PickList* minresid_S;
-    sta_obs2* obs_orig;  ///< [nobs_orig] in the order of the picks, owned
-    sta_obs2** obs;      ///< [nobs_orig] the selected ones, owned
-    int obs_capacity;    ///< entries that obs_orig and obs have room for; 0: nobs_orig
+    double s_weight_initial;  ///< the same for S
+    double distance;          ///< from the current node, degrees
+    double p_weight;          ///< at the current node
+    double s_weight;          ///< at the current node
+    int is;                   ///< number in the grid; -1 when left out
+    int used;                 ///< 1: excluded at the current node
+    int nobs_orig;            ///< entries of obs_orig
+    int nobs;                 ///< entries of obs in use
+    int defining_P;           ///< for the calling program
+    int defining_S;           ///< for the calling program
+    PickList* minresid_P;     ///< the pick associated as P
+    PickList* minresid_S;     ///< the pick associated as S
+    sta_obs2* obs_orig;       ///< [nobs_orig] in the order of the picks, owned
+    sta_obs2** obs;           ///< [nobs_orig] the selected ones, owned
+    int obs_capacity;         ///< entries that obs_orig and obs have room for; 0: nobs_orig
 };
 
 /** One cell of the cluster search. */
 typedef struct bufsort {
-    double* data_ptr;
+    double* data_ptr;    ///< its candidate
     double* weight_ptr;  ///< null when unweighted
-    int group_index;
-    int subgroup_index;
-    int used;      ///< in the best cluster so far
-    int used_tmp;  ///< in the cluster being scored
+    int group_index;     ///< station and phase
+    int subgroup_index;  ///< observation
+    int used;            ///< in the best cluster so far
+    int used_tmp;        ///< in the cluster being scored
 } bufsort;
 
 /** Scratch and best-so-far node of one worker. */
 struct SearchThread {
-    int thread_index;  ///< place in threads_tbl
-    int cycle;         ///< threaded passes taken part in
-    SearchParams* sp;
+    int thread_index;        ///< place in threads_tbl
+    int cycle;               ///< threaded passes taken part in
+    SearchParams* sp;        ///< the parameters it works by
     Tbl* stao_tbl;           ///< the worker's own copy of the stations
     int backproj_nbuf;       ///< capacity of the six arrays
     double* backproj_buf;    ///< origin-time candidates; after a call 0.0 outside the best cluster
@@ -147,13 +149,13 @@ struct SearchThread {
     int* backproj_group;     ///< one per station and phase
     int* backproj_subgroup;  ///< one per observation
     int* backproj_ptype;     ///< 'P' or 'S'
-    sta_obs2** backproj_staobs_p;
-    int cluster_nbuf;  ///< cluster handles: empty between calls
-    bufsort* cluster_buf;
-    int cluster_ngrp;
-    double** cluster_group_ptr;
-    int cluster_nsubgrp;
-    double** cluster_subgroup_ptr;
+    sta_obs2** backproj_staobs_p;   ///< observations
+    int cluster_nbuf;               ///< cluster handles: empty between calls
+    bufsort* cluster_buf;           ///< null between calls
+    int cluster_ngrp;               ///< 0 between calls
+    double** cluster_group_ptr;     ///< null between calls
+    int cluster_nsubgrp;            ///< 0 between calls
+    double** cluster_subgroup_ptr;  ///< null between calls
     double zmax;                    ///< best score; -1e20 before the first node
     double f;                       ///< the same
     double std;                     ///< square root of the best node's variance, s
@@ -166,11 +168,11 @@ struct SearchThread {
 
 /** Parameters and state of the search of one grid. */
 struct SearchParams {
-    Velorix* velorix;       ///< grid searched
-    double cluster_twin;    ///< width of the cluster window, s
-    double cluster_prewin;  ///< length of the pre-window, s
-    double p_max_resid;     ///< default largest P residual for association, s
-    double s_max_resid;
+    Velorix* velorix;                 ///< grid searched
+    double cluster_twin;              ///< width of the cluster window, s
+    double cluster_prewin;            ///< length of the pre-window, s
+    double p_max_resid;               ///< default largest P residual for association, s
+    double s_max_resid;               ///< default largest S residual for association, s
     double p_max_resid_sweep;         ///< for the calling program
     double s_max_resid_sweep;         ///< for the calling program
     double p_deltim;                  ///< for the calling program
@@ -188,7 +190,7 @@ struct SearchParams {
     Tbl* drop_if_in_grid;             ///< for the calling program: grid names
     char* phase_sifter;               ///< pattern or null: phases used
     char* p_channel_sifter;           ///< pattern or null: channels that may serve as P
-    char* s_channel_sifter;
+    char* s_channel_sifter;           ///< pattern or null: channels that may serve as S
     double det_tmin;          ///< smallest time between two P of a station, s; 0 or less: none
     char* auth;               ///< for the calling program
     char* dtype;              ///< for the calling program
@@ -204,77 +206,77 @@ struct SearchParams {
     int closest_stations;                   ///< use only so many nearest stations; 0: all
     int nstation_weights;                   ///< entries of station_weights
     station_weights_* station_weights;      ///< tried in order
-    Arr* station_weights_arr;  ///< cache: name to pattern entry, or to 1 (no match); null: no
-                               ///< patterns
-    double swt_dist_near;      ///< density weighting: near up to, degrees
-    double swt_dist_far;       ///< far from, degrees
-    double swt_wt_near;        ///< count of a near neighbour
-    double swt_wt_far;
-    int use_dwt;          ///< entries of p_weights
-    weights_* p_weights;  ///< P weight against distance
-    int use_dwts;         ///< entries of s_weights
-    weights_* s_weights;
-    double sta_defining_xmin;  ///< for the calling program
-    double sta_defining_xmax;
-    double sta_defining_ymin;
-    double sta_defining_ymax;
-    Arr* sta_defining_arr;        ///< null, or: only stations with an entry take part
-    Tbl* origin_cache;            ///< for the calling program
-    int origin_cache_maxsize;     ///< for the calling program
-    double origin_lat_tolerance;  ///< for the calling program
-    double origin_lon_tolerance;
-    double origin_depth_tolerance;
-    double origin_time_tolerance;
-    int number_threads;     ///< workers; below 2: the calling thread
-    Pmtcomp* threads;       ///< work splitter
-    Tbl* threads_tbl;       ///< SearchThread per worker, one at least
-    int idepth;             ///< depth number being scanned
-    int plot;               ///< for the calling program
-    int fail;               ///< for the calling program
-    char* bugrid_filename;  ///< not null: keep the score plot
-    int bugrid_fd;          ///< for the calling program
-    float* x_buffer;        ///< [nx] score plot: column coordinates, owned
-    float* y_buffer;        ///< [ny] row coordinates, owned
-    float* plot_buffer;     ///< [ny][nx] scores, owned
-    double plist_time_min;  ///< for the calling program
-    double plist_time_max;
-    int recursion_cycle;         ///< for the calling program
-    char grid_type_string[128];  ///< text of the scan step
-    Hook* hook_phase_sifter;     ///< compiled patterns; null at first
-    Hook* hook_p_channel_sifter;
-    Hook* hook_s_channel_sifter;
-    struct SearchOwned* owned;  ///< the library's own; null in parameters made by hand
+    Arr* station_weights_arr;       ///< cache: name to pattern entry, or to 1 (no match); null: no
+                                    ///< patterns
+    double swt_dist_near;           ///< density weighting: near up to, degrees
+    double swt_dist_far;            ///< far from, degrees
+    double swt_wt_near;             ///< count of a near neighbour
+    double swt_wt_far;              ///< count of a far neighbour
+    int use_dwt;                    ///< entries of p_weights
+    weights_* p_weights;            ///< P weight against distance
+    int use_dwts;                   ///< entries of s_weights
+    weights_* s_weights;            ///< S weight against distance
+    double sta_defining_xmin;       ///< for the calling program
+    double sta_defining_xmax;       ///< for the calling program
+    double sta_defining_ymin;       ///< for the calling program
+    double sta_defining_ymax;       ///< for the calling program
+    Arr* sta_defining_arr;          ///< null, or: only stations with an entry take part
+    Tbl* origin_cache;              ///< for the calling program
+    int origin_cache_maxsize;       ///< for the calling program
+    double origin_lat_tolerance;    ///< for the calling program
+    double origin_lon_tolerance;    ///< for the calling program
+    double origin_depth_tolerance;  ///< for the calling program
+    double origin_time_tolerance;   ///< for the calling program
+    int number_threads;             ///< workers; below 2: the calling thread
+    Pmtcomp* threads;               ///< work splitter
+    Tbl* threads_tbl;               ///< SearchThread per worker, one at least
+    int idepth;                     ///< depth number being scanned
+    int plot;                       ///< for the calling program
+    int fail;                       ///< for the calling program
+    char* bugrid_filename;          ///< not null: keep the score plot
+    int bugrid_fd;                  ///< for the calling program
+    float* x_buffer;                ///< [nx] score plot: column coordinates, owned
+    float* y_buffer;                ///< [ny] row coordinates, owned
+    float* plot_buffer;             ///< [ny][nx] scores, owned
+    double plist_time_min;          ///< for the calling program
+    double plist_time_max;          ///< for the calling program
+    int recursion_cycle;            ///< for the calling program
+    char grid_type_string[128];     ///< text of the scan step
+    Hook* hook_phase_sifter;        ///< compiled patterns; null at first
+    Hook* hook_p_channel_sifter;    ///< compiled pattern
+    Hook* hook_s_channel_sifter;    ///< compiled pattern
+    struct SearchOwned* owned;      ///< the library's own; null in parameters made by hand
 };
 
 /** The solution of one grid. */
 struct GridResults {
-    char* grid_name;       ///< owned
-    SearchParams* sp;      ///< the grid's parameters
-    Tbl* stao_tbl;         ///< stations at the solution: a deep copy, owned
-    Tbl* pick_tbl;         ///< picks with used_save set; the list is owned, the picks are not
-    int nsta;              ///< stations with a used observation
-    double nsta_weighted;  ///< sum of their initial P weights
-    int nsta_ass;          ///< stations with an associated pick
-    double nsta_ass_weighted;
-    int ndef;             ///< defining picks
-    int nass;             ///< associated picks, defining ones included
-    int nsass;            ///< S associations as velorix_setup_plist counts them
-    double performance;   ///< score
-    double std;           ///< residual scatter, s
-    double std_weighted;  ///< weighted, s
-    int priority_fault;   ///< 1: inside another grid of higher priority
-    int edge_fault;       ///< 1: on the edge of a regular mesh
-    int grid_ix;
-    int grid_iy;
-    int grid_id;
-    double time;  ///< origin time, epoch seconds
-    double lat;   ///< degrees
-    double lon;
-    double depth;   ///< km
-    double dmax;    ///< largest distance to a station with a used observation, degrees
-    int use;        ///< for the calling program
-    int fail;       ///< for the calling program
-    char grade[4];  ///< for the calling program
+    char* grid_name;           ///< owned
+    SearchParams* sp;          ///< the grid's parameters
+    Tbl* stao_tbl;             ///< stations at the solution: a deep copy, owned
+    Tbl* pick_tbl;             ///< picks with used_save set; the list is owned, the picks are not
+    int nsta;                  ///< stations with a used observation
+    double nsta_weighted;      ///< sum of their initial P weights
+    int nsta_ass;              ///< stations with an associated pick
+    double nsta_ass_weighted;  ///< sum of their initial P weights
+    int ndef;                  ///< defining picks
+    int nass;                  ///< associated picks, defining ones included
+    int nsass;                 ///< S associations as velorix_setup_plist counts them
+    double performance;        ///< score
+    double std;                ///< residual scatter, s
+    double std_weighted;       ///< weighted, s
+    int priority_fault;        ///< 1: inside another grid of higher priority
+    int edge_fault;            ///< 1: on the edge of a regular mesh
+    int grid_ix;               ///< the solution's column; general mesh: node number
+    int grid_iy;               ///< its row; general mesh: node number
+    int grid_id;               ///< its depth number
+    double time;               ///< origin time, epoch seconds
+    double lat;                ///< degrees
+    double lon;                ///< degrees
+    double depth;              ///< km
+    double dmax;               ///< largest distance to a station with a used observation, degrees
+    int use;                   ///< for the calling program
+    int fail;                  ///< for the calling program
+    char grade[4];             ///< for the calling program
 };
 
 #ifdef __cplusplus
