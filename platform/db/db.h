@@ -16,7 +16,9 @@
 extern "C" {
 #endif
 
-enum { dbINVALID = -102 }; /* the result of every call that fails */
+/** The result of every call that fails. */
+enum { dbINVALID = -102 };
+/** What dbquery may be asked for: the number of records. */
 enum { dbRECORD_COUNT = 301 };
 
 /** A place in a database: an open database, one of its tables, one record of it. */

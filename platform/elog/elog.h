@@ -11,6 +11,7 @@
 extern "C" {
 #endif
 
+/** Severity of a line, as a hook sees it. */
 enum { ELOG_LOG = 0, ELOG_COMPLAIN = 1, ELOG_DIE = 2 };
 
 /**

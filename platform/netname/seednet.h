@@ -8,7 +8,8 @@
 extern "C" {
 #endif
 
-enum { SEEDNET_CODE_SIZE = 16 }; /* bytes of every code with its terminator */
+/** Bytes of every code with its terminator. */
+enum { SEEDNET_CODE_SIZE = 16 };
 
 /**
  * Adds the stations of a table file. A file called *.affiliation, or whose every line stands in

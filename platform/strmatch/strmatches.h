@@ -8,7 +8,8 @@
 extern "C" {
 #endif
 
-enum { STRMATCHES_LONGEST_PATTERN = 1023 }; /* characters */
+/** Characters. */
+enum { STRMATCHES_LONGEST_PATTERN = 1023 };
 
 /**
  * Whether a pattern matches the whole of a text ("BH" does not match "BHZ"; "BH." and "BH.*" do).
