@@ -100,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 struct Fault {
     const char* name;
-    const char* text;
+    std::string text;
     const char* message;
 };
 
@@ -114,19 +114,27 @@ TEST_P(EveryFault, NamesFileAndLine) {
 
 INSTANTIATE_TEST_SUITE_P(
     Faults, EveryFault,
-    testing::Values(Fault{"NoTimeColumn", "station,phase\nA,P\n",
-                          "picks:1: no header with a column 'time'"},
-                    Fault{"BadTime", "station,time\nA,1.0\nB,noon\n",
-                          "picks:3: time 'noon' is neither ISO 8601 nor epoch seconds"},
-                    Fault{"InfiniteTime", "station,time\nA,inf\n", "picks:2: time 'inf'"},
-                    Fault{"Truncated", "station,phase,time\nA,P,1.0\nB,P",
-                          "picks:3: 2 of 3 fields, the file ends in the middle of the line"},
-                    Fault{"NoStation", "station,time\n,5\n", "picks:2: no station"},
-                    Fault{"OpenQuote", "station,time\n\"A,5\n", "picks:2: a quote stays open"},
-                    Fault{"BrokenXml", "<?xml version=\"1.0\"?>\n<quakeml>\n<pick>\n", "picks:"},
-                    Fault{"ForeignXml", "<html></html>", "an XML document that is not QuakeML"},
-                    Fault{"TomlEntry", "arrivals = [\"A BHZ P\"]\n", "arrivals, entry 1"},
-                    Fault{"Binary", "abc\x01", "no header"}),
+    testing::Values(
+        Fault{"NoTimeColumn", "station,phase\nA,P\n", "picks:1: no header with a column 'time'"},
+        Fault{"BadTime", "station,time\nA,1.0\nB,noon\n",
+              "picks:3: time 'noon' is neither ISO 8601 nor epoch seconds"},
+        Fault{"Milliseconds", "station,time\nA,1476403210250\n",
+              "picks:2: time '1476403210250' is neither"},
+        Fault{"BeforeTheYear1", "station,time\nA,-99999999999\n",
+              "picks:2: time '-99999999999' is neither"},
+        Fault{"NullTime", std::string(arrival_line()).replace(7, 17, "-9999999999.99900"),
+              "picks:1: no time"},
+        Fault{"NulInALine", "station,time\n" + std::string(5000, '#') + std::string("\n\0A,5\n", 6),
+              "picks:3: binary data"},
+        Fault{"InfiniteTime", "station,time\nA,inf\n", "picks:2: time 'inf'"},
+        Fault{"Truncated", "station,phase,time\nA,P,1.0\nB,P",
+              "picks:3: 2 of 3 fields, the file ends in the middle of the line"},
+        Fault{"NoStation", "station,time\n,5\n", "picks:2: no station"},
+        Fault{"OpenQuote", "station,time\n\"A,5\n", "picks:2: a quote stays open"},
+        Fault{"BrokenXml", "<?xml version=\"1.0\"?>\n<quakeml>\n<pick>\n", "picks:"},
+        Fault{"ForeignXml", "<html></html>", "an XML document that is not QuakeML"},
+        Fault{"TomlEntry", "arrivals = [\"A BHZ P\"]\n", "arrivals, entry 1"},
+        Fault{"Binary", "abc\x01", "no header"}),
     [](const auto& one) { return one.param.name; });
 
 TEST(PickStream, SkipsAndCountsBadLinesWhenAsked) {

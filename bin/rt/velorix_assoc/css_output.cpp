@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <set>
+#include <tuple>
 
 #include "output.h"
 #include "platform/timeconv/timeconv.h"
@@ -108,23 +110,30 @@ std::string arrival_row(const Pick& p, long long arid) {
 }
 
 /// Arrival identifiers: the picks' own where all of them fit and are unique, else counted from 1.
+/// A pick that several events share has one.
 class Identifiers {
   public:
     explicit Identifiers(const Catalogue& events) {
-        std::map<int64_t, double> seen;
+        bool own = true;
+        std::set<int64_t> taken;
         for (const Event& event : events) {
             for (const EventPick& p : event.picks) {
-                const auto [at, fresh] = seen.emplace(p.pick.arid, p.pick.time);
-                own_ = own_ && p.pick.arid > 0 && p.pick.arid <= kLargestId &&
-                       (fresh || at->second == p.pick.time);
+                if (!numbers_.emplace(onset(p.pick), numbers_.size() + 1).second) continue;
+                own = own && p.pick.arid > 0 && p.pick.arid <= kLargestId &&
+                      taken.insert(p.pick.arid).second;
             }
         }
+        own_ = own;
     }
-    long long of(const Pick& pick) { return own_ ? pick.arid : ++count_; }
+    long long of(const Pick& pick) const {
+        return own_ ? pick.arid : static_cast<long long>(numbers_.at(onset(pick)));
+    }
 
   private:
+    using Onset = std::tuple<double, std::string, std::string, std::string, std::string>;
+    static Onset onset(const Pick& p) { return {p.time, p.network, p.station, p.channel, p.phase}; }
+    std::map<Onset, size_t> numbers_;
     bool own_ = true;
-    long long count_ = 0;
 };
 
 }  // namespace
@@ -132,7 +141,8 @@ class Identifiers {
 std::vector<Document> css_documents(const Catalogue& events) {
     Document event{".event", ""}, origin{".origin", ""}, origerr{".origerr", ""};
     Document assoc{".assoc", ""}, arrival{".arrival", ""};
-    Identifiers identifiers(events);
+    const Identifiers identifiers(events);
+    std::set<long long> written;
     long long number = 0;
     for (const Event& e : events) {
         ++number;
@@ -142,7 +152,7 @@ std::vector<Document> css_documents(const Catalogue& events) {
         for (const EventPick& p : e.picks) {
             const long long arid = identifiers.of(p.pick);
             assoc.text += assoc_row(p, e, arid, number);
-            arrival.text += arrival_row(p.pick, arid);
+            if (written.insert(arid).second) arrival.text += arrival_row(p.pick, arid);
         }
     }
     return {event, origin, origerr, assoc, arrival};

@@ -13,6 +13,8 @@ std::string field(const std::string& line, size_t first, size_t last) {
     return text == "-" ? std::string() : text;
 }
 
+constexpr double kNoTime = -9999999999.0;  // the null value stands below
+
 class CssReader : public PickReader {
   public:
     explicit CssReader(const PickFile& file) : lines_(file) {}
@@ -25,6 +27,10 @@ class CssReader : public PickReader {
 };
 
 bool CssReader::parse(const std::string& line, Pick& pick, std::string& why) {
+    if (line.find('\0') != line.npos) {
+        why = "binary data";
+        return false;
+    }
     for (size_t blank : {7u, 25u, 34u, 43u, 52u, 61u, 70u}) {
         if (line.size() >= blank && line[blank - 1] != ' ') {
             why = format("column %zu is not blank: not an arrival row", blank);
@@ -33,12 +39,14 @@ bool CssReader::parse(const std::string& line, Pick& pick, std::string& why) {
     }
     pick = Pick();
     pick.station = field(line, 1, 6);
-    const auto time = number(field(line, 8, 24));
+    const auto time = epoch_seconds(field(line, 8, 24));
     const auto arid = whole_number(field(line, 26, 33));
     if (pick.station.empty())
         why = "no station";
     else if (!time)
-        why = "time '" + field(line, 8, 24) + "' is not a number";
+        why = "time '" + field(line, 8, 24) + "' is not a number of epoch seconds";
+    else if (*time < kNoTime)
+        why = "no time";
     else if (!arid)
         why = "arid '" + field(line, 26, 33) + "' is not a whole number";
     if (!why.empty()) return false;

@@ -188,7 +188,9 @@ ReadResult CsvReader::next(Pick& pick, std::string& error) {
     } while (trim(line).empty() || line[0] == '#');
     const auto fields = split_csv(line, separator_);
     std::string why;
-    if (!fields) {
+    if (line.find('\0') != line.npos) {
+        why = "binary data";
+    } else if (!fields) {
         why = "a quote stays open";
     } else if (fields->size() < columns_) {
         why = format("%zu of %zu fields", fields->size(), columns_);

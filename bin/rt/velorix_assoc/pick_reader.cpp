@@ -44,12 +44,10 @@ bool looks_like_toml(std::string_view text) {
 }  // namespace
 
 bool LineSource::next(std::string& line) {
+    // A NUL is part of the line, for the reader to refuse.
     line.clear();
-    char buffer[4096];
-    while (std::fgets(buffer, sizeof buffer, file_.file)) {
-        line += buffer;
-        if (line.back() == '\n') break;
-    }
+    int c = 0;
+    while (c != '\n' && (c = getc_unlocked(file_.file)) != EOF) line += static_cast<char>(c);
     if (line.empty()) return false;
     ++line_;
     open_end_ = line.back() != '\n';

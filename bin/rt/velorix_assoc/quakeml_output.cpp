@@ -23,15 +23,24 @@ std::string resource(const std::string& path) {
     return out;
 }
 
+// What XML can hold and every reader shows.
+std::string printable(std::string text) {
+    for (char& c : text) {
+        if (c < ' ' || c > '~') c = '_';
+    }
+    return text;
+}
+
 // Codes are limited to 8 characters by the schema.
-std::string code(const std::string& text) { return text.substr(0, 8); }
+std::string code(const std::string& text) { return printable(text.substr(0, 8)); }
 
 void add(pugi::xml_node node, const char* name, const std::string& text) {
     node.append_child(name).text().set(text.c_str());
 }
 
+/// A number that is not known is left out.
 void add_number(pugi::xml_node node, const char* name, double value, int decimals) {
-    add(node, name, format("%.*f", decimals, value));
+    if (std::isfinite(value)) add(node, name, format("%.*f", decimals, value));
 }
 
 void add_quantity(pugi::xml_node node, const char* name, double value, int decimals,
@@ -60,7 +69,8 @@ void add_pick(pugi::xml_node event, const EventPick& p, const std::string& id) {
     if (!p.pick.channel.empty()) {
         stream.append_attribute("channelCode").set_value(code(p.pick.channel).c_str());
     }
-    add(pick, "phaseHint", p.pick.phase.empty() ? std::string(1, p.phase) : p.pick.phase);
+    add(pick, "phaseHint",
+        p.pick.phase.empty() ? std::string(1, p.phase) : printable(p.pick.phase));
     add(pick, "evaluationMode", "automatic");
 }
 
@@ -89,6 +99,7 @@ void add_quality(pugi::xml_node origin, const Event& e) {
 }
 
 void add_ellipse(pugi::xml_node origin, const Event& e) {
+    if (!std::isfinite(e.error.major) || !std::isfinite(e.error.minor)) return;
     pugi::xml_node ellipse = origin.append_child("originUncertainty");
     add_number(ellipse, "minHorizontalUncertainty", e.error.minor * kMetres, 1);
     add_number(ellipse, "maxHorizontalUncertainty", e.error.major * kMetres, 1);

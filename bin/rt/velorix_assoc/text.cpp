@@ -42,15 +42,27 @@ std::optional<double> number(std::string_view text) {
 
 std::optional<long long> whole_number(std::string_view text) { return parse<long long>(text); }
 
+// A day within, so that an event may precede its picks.
+static bool in_calendar(double seconds) {
+    constexpr double kFirst = -62135510400.0;  // 0001-01-02
+    constexpr double kLast = 253402214400.0;   // 9999-12-31
+    return seconds >= kFirst && seconds <= kLast;
+}
+
+std::optional<double> epoch_seconds(std::string_view text) {
+    const auto seconds = number(text);
+    return seconds && in_calendar(*seconds) ? seconds : std::nullopt;
+}
+
 std::optional<double> epoch(std::string_view text) {
     // A plain number is epoch seconds; eight digits alone would be a date, which no picker writes.
-    if (const auto seconds = number(text)) return seconds;
+    if (number(text)) return epoch_seconds(text);
     std::string iso(trim(text));
     for (const char* zero : {"+00:00", "+0000"}) {
         if (iso.ends_with(zero)) iso.resize(iso.size() - std::string_view(zero).size());
     }
     double value = 0.0;
-    if (zstr2epoch(iso.c_str(), &value) != 0) return std::nullopt;
+    if (zstr2epoch(iso.c_str(), &value) != 0 || !in_calendar(value)) return std::nullopt;
     return value;
 }
 

@@ -13,7 +13,10 @@ std::string lower(std::string_view text);
 /// Whole text as a finite number.
 std::optional<double> number(std::string_view text);
 std::optional<long long> whole_number(std::string_view text);
-/// ISO 8601 or epoch seconds of any size.
+/// A number of seconds between the years 1 and 9999, which is what catalogues can hold;
+/// milliseconds are not.
+std::optional<double> epoch_seconds(std::string_view text);
+/// ISO 8601 or epoch seconds.
 std::optional<double> epoch(std::string_view text);
 /// Fields of a CSV line (RFC 4180: quoted fields, doubled quotes); nothing when a quote stays open.
 std::optional<std::vector<std::string>> split_csv(std::string_view line, char separator);

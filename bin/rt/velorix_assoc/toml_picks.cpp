@@ -52,7 +52,7 @@ ReadResult TomlReader::next(Pick& pick, std::string& error) {
         fields.size() >= 6 && whole_number(fields[0]) && number(fields[4]) && number(fields[5]);
     const size_t at = with_id ? 1 : 0;
     if (fields.size() >= at + 5) {
-        const auto time = number(fields[at + 3]);
+        const auto time = epoch_seconds(fields[at + 3]);
         const auto snr = number(fields[at + 4]);
         if (time && snr) {
             pick.station = fields[at];
