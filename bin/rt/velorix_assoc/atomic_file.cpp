@@ -15,58 +15,108 @@
 namespace velorix::assoc {
 namespace {
 
-/// A temporary file in the folder of its target; removed unless renamed.
-class Temporary {
+/// A file on its way: a temporary one in the folder of its target, removed unless renamed. What is
+/// there already and is no file (a device, a pipe) is written as it stands.
+class Outgoing {
   public:
-    explicit Temporary(std::string target) : target_(std::move(target)) {}
-    Temporary(Temporary&& other) noexcept
+    explicit Outgoing(std::string target) : target_(std::move(target)) {}
+    Outgoing(Outgoing&& other) noexcept
         : target_(std::move(other.target_)), name_(std::move(other.name_)) {
         other.name_.clear();
     }
-    ~Temporary() {
+    ~Outgoing() {
         if (!name_.empty()) unlink(name_.c_str());
     }
-    Temporary& operator=(Temporary&&) = delete;
+    Outgoing& operator=(Outgoing&&) = delete;
 
+    /// Whether write can succeed, as far as that can be told beforehand.
+    bool probe();
     bool write(const std::string& text);
     bool rename_to_target();
 
   private:
-    bool failed(const char* what) const {
-        elog_log(1, "velorix-assoc: cannot %s '%s'\n", what, target_.c_str());
+    enum class Kind { file, special, wrong };
+    Kind look();
+    int make_temporary();
+    bool write_to(int fd, const std::string& text);
+    bool failed() const {
+        elog_log(1, "cannot write '%s'\n", target_.c_str());
         return false;
     }
-    static bool write_all(int fd, const std::string& text);
 
     std::string target_, name_;
 };
 
-bool Temporary::write_all(int fd, const std::string& text) {
+bool write_all(int fd, const std::string& text) {
     for (size_t done = 0; done < text.size();) {
         const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) return false;
         done += static_cast<size_t>(n);
     }
-    return fsync(fd) == 0 || errno == EINVAL;
+    return true;
 }
 
-bool Temporary::write(const std::string& text) {
+// A link leads to its file: that one is replaced.
+Outgoing::Kind Outgoing::look() {
+    struct stat info {};
+    if (stat(target_.c_str(), &info) != 0) return Kind::file;
+    if (S_ISDIR(info.st_mode)) {
+        errno = EISDIR;
+        return Kind::wrong;
+    }
+    if (!S_ISREG(info.st_mode)) return Kind::special;
+    if (char* real = realpath(target_.c_str(), nullptr)) {
+        target_ = real;
+        std::free(real);
+    }
+    return Kind::file;
+}
+
+int Outgoing::make_temporary() {
     std::string name = target_ + ".XXXXXX";
     const int fd = mkstemp(name.data());
-    if (fd < 0) return failed("write");
-    name_ = name;
-    const mode_t mask = umask(0);
-    umask(mask);
-    bool good = fchmod(fd, 0666 & ~mask) == 0 && write_all(fd, text);
+    if (fd >= 0) name_ = name;
+    return fd;
+}
+
+bool Outgoing::probe() {
+    const Kind kind = look();
+    if (kind == Kind::special) return access(target_.c_str(), W_OK) == 0 || failed();
+    const int fd = kind == Kind::file ? make_temporary() : -1;
+    if (fd < 0) return failed();
+    close(fd);
+    return true;
+}
+
+bool Outgoing::write_to(int fd, const std::string& text) {
+    bool good = write_all(fd, text);
+    // A device has nothing to wait for.
+    good = good && (fsync(fd) == 0 || errno == EINVAL || errno == EROFS);
     const int reason = errno;
     if (close(fd) != 0) good = false;
     if (!good && reason != 0) errno = reason;
-    return good || failed("write");
+    return good || failed();
 }
 
-bool Temporary::rename_to_target() {
-    if (rename(name_.c_str(), target_.c_str()) != 0) return failed("write");
+bool Outgoing::write(const std::string& text) {
+    const Kind kind = look();
+    if (kind == Kind::wrong) return failed();
+    const bool special = kind == Kind::special;
+    const int fd = special ? open(target_.c_str(), O_WRONLY | O_NOCTTY) : make_temporary();
+    if (fd < 0) return failed();
+    const mode_t mask = umask(0);
+    umask(mask);
+    if (!special && fchmod(fd, 0666 & ~mask) != 0) {
+        close(fd);
+        return failed();
+    }
+    return write_to(fd, text);
+}
+
+bool Outgoing::rename_to_target() {
+    if (name_.empty()) return true;
+    if (rename(name_.c_str(), target_.c_str()) != 0) return failed();
     name_.clear();
     return true;
 }
@@ -78,13 +128,20 @@ std::string target_of(const std::string& path, const std::string& suffix) {
 
 }  // namespace
 
+bool can_write_documents(const std::vector<Document>& documents, const std::string& path) {
+    for (const Document& document : documents) {
+        if (!Outgoing(target_of(path, document.suffix)).probe()) return false;
+    }
+    return true;
+}
+
 bool write_documents(const std::vector<Document>& documents, const std::string& path) {
-    std::vector<Temporary> files;
+    std::vector<Outgoing> files;
     for (const Document& document : documents) {
         files.emplace_back(target_of(path, document.suffix));
         if (!files.back().write(document.text)) return false;
     }
-    for (Temporary& file : files) {
+    for (Outgoing& file : files) {
         if (!file.rename_to_target()) return false;
     }
     return true;
@@ -101,8 +158,12 @@ bool print_documents(const std::vector<Document>& documents) {
         good = good && std::fwrite(document.text.data(), 1, document.text.size(), stdout) ==
                            document.text.size();
     }
-    if (good && std::fflush(stdout) == 0) return true;
-    elog_log(1, "velorix-assoc: cannot write standard output\n");
+    return flush_output() && good;
+}
+
+bool flush_output() {
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return true;
+    elog_log(1, "cannot write standard output\n");
     return false;
 }
 

@@ -34,14 +34,21 @@ std::vector<Document> documents(const Catalogue& events, Format format);
 
 /**
  * Writes documents beside each other, each into a temporary file of the target's folder that is
- * renamed at the end. Nothing appears under its name before all of them are complete.
+ * renamed at the end. Nothing appears under its name before all of them are complete. A device or
+ * pipe of that name is written directly.
  * @param path target; the suffix of a document goes behind it, before its extension for `.csv`
  * @return false after a logged line
  */
 bool write_documents(const std::vector<Document>& documents, const std::string& path);
 
+/// Whether these documents could be written there now; false after a logged line.
+bool can_write_documents(const std::vector<Document>& documents, const std::string& path);
+
 /// To standard output, one behind the other. False after a logged line.
 bool print_documents(const std::vector<Document>& documents);
+
+/// Sends what standard output still holds. False after a logged line.
+bool flush_output();
 
 }  // namespace velorix::assoc
 #endif

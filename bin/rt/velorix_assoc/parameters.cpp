@@ -103,7 +103,7 @@ bool read(Pf* node, const char* key, int kind, void* out) {
 
 bool check(const GridRules& r, const std::string& name) {
     const auto refuse = [&](const char* key, const char* what) {
-        return fail("velorix-assoc: events." + name + "." + key + ": " + what);
+        return fail("events." + name + "." + key + ": " + what);
     };
     for (const auto& key : kCounts) {
         if (r.*key.field < 0) return refuse(key.name, "must not be negative");
@@ -197,8 +197,7 @@ bool read_program_rules(const ParameterFile& file, ProgramRules& rules) {
         rules.labels_automatic = false;
     }
     if (rules.labels_automatic && text != "auto") {
-        return fail("velorix-assoc: phase_labels '" + text +
-                    "' is none of auto, trust, p_first, ignore");
+        return fail("phase_labels '" + text + "' is none of auto, trust, p_first, ignore");
     }
     return true;
 }

@@ -31,17 +31,17 @@ bool GridSet::load(const std::vector<std::string>& paths, const ParameterFile& f
             if (!add(static_cast<Velorix*>(gettbl(list, i)), file, threads)) return false;
         }
     }
-    return !grids_.empty() || fail("velorix-assoc: the grid files hold no grid");
+    return !grids_.empty() || fail("the grid files hold no grid");
 }
 
 bool GridSet::add(Velorix* grid, const ParameterFile& file, int threads) {
     if (!by_name_) by_name_.reset(newarr(nullptr));
     const std::string name(grid->name, strnlen(grid->name, VELORIX_NAME_SIZE));
     if (getarr(by_name_.get(), name.c_str())) {
-        return fail("velorix-assoc: two grids are called '" + name + "'");
+        return fail("two grids are called '" + name + "'");
     }
     if (grid->ns < 1 || grid->nn < 1 || !grid->P_times) {
-        return fail("velorix-assoc: grid '" + name + "' has no stations, no nodes or no P times");
+        return fail("grid '" + name + "' has no stations, no nodes or no P times");
     }
     SearchGrid& added = grids_.emplace_back(grid, name);
     added.search.reset(velorix_new_search(grid));

@@ -13,14 +13,24 @@
 #include "pick_stream.h"
 #include "platform/elog/elog.h"
 #include "report.h"
+#include "standard_streams.h"
 #include "text.h"
 
 using namespace velorix::assoc;
 
 namespace {
 
-volatile std::sig_atomic_t interrupted = 0;
-void interrupt(int) { interrupted = 1; }
+volatile std::sig_atomic_t interrupted = 0;  // number of the signal
+void interrupt(int signal) { interrupted = signal; }
+
+// A signal ends the stream of picks where it stands; a second one ends the program.
+void catch_signals() {
+    struct sigaction action {};
+    action.sa_handler = interrupt;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
 
 bool load(const Options& options, ParameterFile& file, ProgramRules& rules, GridSet& grids) {
     if (!options.parameter_file.empty() &&
@@ -40,7 +50,7 @@ int show(const ProgramRules& rules, const GridSet& grids) {
     for (const SearchGrid& grid : grids.grids()) {
         std::fputs(show_grid_rules(grid.name, *grid.search, grid.rules).c_str(), stdout);
     }
-    return std::fflush(stdout) == 0 ? 0 : 1;
+    return flush_output() ? 0 : 1;
 }
 
 // Stations that never have a pick are not at work.
@@ -90,6 +100,8 @@ int run(const Options& options) {
     GridSet grids;
     if (!load(options, file, rules, grids)) return 1;
     if (options.show_parameters) return show(rules, grids);
+    if (!options.out.empty() && !can_write_documents(documents({}, options.format), options.out))
+        return 1;
     PickStream stream;
     if (!stream.open(options.stream)) return 1;
     mark_alive(stream.survey(), grids);
@@ -101,9 +113,10 @@ int run(const Options& options) {
     }
     std::vector<Trial> trials;
     Associator associator(grids, rules);
+    catch_signals();
     if (!associate(options, stream, associator, trials, longest_window(grids))) return 1;
     name_events(associator.events());
-    if (interrupted) complain("interrupted; the events found so far follow");
+    if (interrupted) complain("interrupted: the catalogue ends with the events found so far");
     if (!options.quiet) std::fputs(closing(associator, stream).c_str(), stderr);
     if (options.explain) {
         std::fputs(
@@ -112,31 +125,33 @@ int run(const Options& options) {
             stderr);
     }
     const auto files = documents(associator.events(), options.format);
-    return (options.out.empty() ? print_documents(files) : write_documents(files, options.out)) ? 0
-                                                                                                : 1;
+    const bool written =
+        options.out.empty() ? print_documents(files) : write_documents(files, options.out);
+    // The shells' status of a program that a signal has ended: the catalogue is not whole.
+    constexpr int kSignalled = 128;
+    return !written ? 1 : interrupted ? kSignalled + interrupted : 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    velorix::tool::prepare_standard_streams();
     elog_init(argc, argv);
     Options options;
     try {
         switch (parse_options(argc, argv, options)) {
             case Parsed::done:
-                return 0;
+                return flush_output() ? 0 : 1;
             case Parsed::wrong:
                 return 1;
             case Parsed::run:
                 break;
         }
-        std::signal(SIGINT, interrupt);
-        std::signal(SIGTERM, interrupt);
         return run(options);
     } catch (const std::bad_alloc&) {
-        elog_log(0, "velorix-assoc: out of memory\n");
+        elog_log(0, "out of memory\n");
     } catch (const std::exception& error) {
-        elog_log(0, "velorix-assoc: %s\n", error.what());
+        elog_log(0, "%s\n", error.what());
     }
     return 1;
 }
