@@ -1,4 +1,5 @@
 # Thin front of the CMake build. `make demo` and `make test` are all the set-up a machine needs.
+MAKEFLAGS += --no-print-directory
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 WERROR ?= $(if $(CI),ON,OFF)

@@ -70,3 +70,5 @@ echo
 # From stations and picks to a catalogue of real events.
 echo
 VELORIX_BIN=$bin sh "$root/examples/assoc/run.sh" "$out"
+echo
+echo "The grids are in $out. Next: docs/tutorial.md, or man velorix."
