@@ -71,4 +71,4 @@ echo
 echo
 VELORIX_BIN=$bin sh "$root/examples/assoc/run.sh" "$out"
 echo
-echo "The grids are in $out. Next: docs/tutorial.md, or man velorix."
+echo "The grids are in $out. Next: docs/tutorial.md"
