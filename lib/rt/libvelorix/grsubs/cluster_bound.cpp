@@ -100,9 +100,28 @@ int sweep(const Candidates& sorted, double dwin, double prewin, ClusterScratch& 
     return largest;
 }
 
+/// The number of candidates in the window alone.
+int count_windows(const Candidates& sorted, double dwin, ClusterScratch& scratch) {
+    const int n = sorted.n;
+    const double* value = sorted.value;
+    double* most = scratch.most.data();
+    const double slack = rounding_slack(sorted);
+    int end = 0;
+    int largest = 0;
+    for (int i = 0; i < n; ++i) {
+        while (end < n && (end <= i || value[end] - value[i] < dwin)) ++end;
+        most[i] = kLargestBonus + (end - i) + slack;
+        if (most[i] > most[largest]) largest = i;
+    }
+    return largest;
+}
+
 }  // namespace
 
 int bound_scores(const Candidates& sorted, double dwin, double prewin, ClusterScratch& scratch) {
+    // To follow the groups of few candidates takes longer than to score a few placements more.
+    constexpr int kFewCandidates = 128;
+    if (sorted.n <= kFewCandidates && !sorted.weight) return count_windows(sorted, dwin, scratch);
     if (!set_group_weights(sorted, scratch)) {
         std::fill_n(scratch.most.begin(), sorted.n, std::numeric_limits<double>::infinity());
         return 0;
