@@ -19,6 +19,7 @@ help:
 	@echo 'make test            build, then run every test (PRESET=asan or tsan: with sanitizers)'
 	@echo 'make bench           build, then run every benchmark program'
 	@echo 'make accuracy        build, then compare travel times with reference tables (REFERENCE=folder)'
+	@echo 'make fuzz            build with clang, then fuzz every reader for FUZZ_S=$(FUZZ_S) seconds each'
 	@echo 'make lint            check the format; clang-tidy on what changed (ALL=1: on everything)'
 	@echo 'make install         build and install below PREFIX=$(PREFIX)'
 	@echo 'make deb             build Debian packages in $(BUILD)/deb (make deb-test: and try them)'
@@ -53,6 +54,13 @@ REFERENCE ?= tests/data/traveltimes
 accuracy: all
 	@VELORIX_MODELPATH="$(REFERENCE):tests/data/traveltimes:$$VELORIX_MODELPATH" \
 	    $(BUILD)/bin/velorix-accuracy $(REFERENCE)
+
+FUZZ_S ?= 60
+fuzz: deps
+	@sh tools/install_deps.sh clang
+	@cmake --preset fuzz -DVELORIX_WERROR=$(WERROR) > /dev/null
+	@cmake --build --preset fuzz -j $(JOBS)
+	@JOBS=$(JOBS) bash tests/fuzz/run.sh build/fuzz $(FUZZ_S)
 
 lint: configure
 	@bash tools/lint.sh $(BUILD)

@@ -2,10 +2,12 @@
 
 #include <regex.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "platform/elog/elog.h"
 
@@ -27,11 +29,80 @@ struct Compiled {
 
 void release_compiled(void* state) { delete static_cast<Compiled*>(state); }
 
-// The bound keeps the expression parser's recursion and memory small.
+// The compiler writes repeats out ("a+" as "aa*", "a{9}" nine times), one in another: "a++++" has
+// 32 of its atom, and a line of pluses takes all memory there is.
+constexpr long kMostAtoms = 2000;
+
+/// How many atoms a pattern has with its repeats written out, at most kMostAtoms + 1.
+class Atoms {
+  public:
+    explicit Atoms(const char* pattern) : at_(pattern) {}
+    long count() {
+        while (*at_) take(*at_++);
+        while (groups_.size() > 1) close();
+        return bounded(groups_.back() + last_);
+    }
+
+  private:
+    static long bounded(long atoms) { return std::min(atoms, kMostAtoms + 1); }
+
+    void take(char c) {
+        if (c == '(') {
+            atom();
+            groups_.push_back(0);
+            last_ = 0;
+        } else if (c == ')' && groups_.size() > 1) {
+            close();
+        } else if (c == '+') {
+            last_ = bounded(2 * last_);
+        } else if (c == '{') {
+            repeat();
+        } else {
+            if (c == '\\' && *at_) ++at_;
+            if (c == '[') skip_set();
+            atom();
+        }
+    }
+    void atom() {
+        groups_.back() = bounded(groups_.back() + last_);
+        last_ = 1;
+    }
+    void close() {
+        last_ = bounded(groups_.back() + last_ + 1);
+        groups_.pop_back();
+    }
+    void repeat() {
+        long most = 1;
+        for (; *at_ && *at_ != '}'; ++at_) {
+            long number = 0;
+            for (; *at_ >= '0' && *at_ <= '9'; ++at_) number = bounded(10 * number + (*at_ - '0'));
+            most = std::max(most, number);
+            if (*at_ != ',') break;
+        }
+        last_ = bounded(last_ * (most + 1));
+    }
+    // The first character of a set, after a "^", may be its "]".
+    void skip_set() {
+        if (*at_ == '^') ++at_;
+        if (*at_) ++at_;
+        while (*at_ && *at_ != ']') ++at_;
+        if (*at_) ++at_;
+    }
+
+    const char* at_;
+    std::vector<long> groups_{0};  // atoms before the last one, group in group
+    long last_ = 0;                // of the last atom, which a repeat multiplies
+};
+
+// The bounds keep the expression parser's recursion and memory small.
 std::unique_ptr<Compiled> compile(const char* pattern) {
     if (std::strlen(pattern) > STRMATCHES_LONGEST_PATTERN) {
         elog_log(0, "strmatches: pattern of %zu characters is longer than %d.\n",
                  std::strlen(pattern), STRMATCHES_LONGEST_PATTERN);
+        return nullptr;
+    }
+    if (Atoms(pattern).count() > kMostAtoms) {
+        elog_log(0, "strmatches: pattern '%s' repeats too much.\n", pattern);
         return nullptr;
     }
     auto compiled = std::make_unique<Compiled>(pattern);

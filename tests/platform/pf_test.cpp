@@ -215,6 +215,8 @@ TEST(Pf, RefusesFilesThatAreNotParameterFiles) {
          "nested too deep"},
         {folder.write("both", both), "nested too deeply"},
         {folder.write("nameless", "a = 1\n\n[.a]\nb = 1\n"), "nameless:3: not valid TOML"},
+        {folder.write("letter", "latr \xc3\xad = 1\n"), "letter:1:6: "},
+        {folder.write("presentation", "\xef\xbb\xbb = 1\n"), "presentation:1:"},
         {folder.write("utf8", "a = 1\nb = '\xff'\n"), "utf8:2:"},
         {folder.write("range", "a = 99999999999999999999\n"), "range:1:"},
         {folder.path("pipe"), "is not a regular file"},

@@ -59,5 +59,20 @@ TEST(Strmatches, BadPatternIsAnErrorWithItsReason) {
     freehook(&hook);
 }
 
+// Repeats within repeats took all memory.
+TEST(Strmatches, PatternThatRepeatsTooMuchIsRefused) {
+    LogCapture log;
+    for (const std::string& pattern :
+         {"a" + std::string(30, '+'), std::string("((a{200}){200}){200}"),
+          std::string("[]+]{3000}"), std::string("(((a+)+b)+){400}")}) {
+        EXPECT_EQ(-1, strmatches("a", pattern.c_str(), nullptr)) << pattern;
+        EXPECT_EQ("strmatches: pattern '" + pattern + "' repeats too much.\n",
+                  log.lines().back().message);
+    }
+    EXPECT_EQ(1, strmatches("aab", "(a+)+[+]*b{1,40}", nullptr));
+    EXPECT_EQ(1, strmatches(std::string(900, 'a').c_str(), "a{900}", nullptr));
+    EXPECT_EQ(1, strmatches("a+{", "a\\+[{]", nullptr));
+}
+
 }  // namespace
 }  // namespace velorix_test
