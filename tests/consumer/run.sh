@@ -10,7 +10,7 @@ trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --config "$type" --prefix "$work/staged" > "$work/log" 2>&1 ||
     { cat "$work/log"; exit 1; }
 mv "$work/staged" "$work/prefix"
-for file in bin/velorix bin/velorix-info bin/velorix-assoc share/man/man1/velorix.1 \
+for file in bin/velorix bin/velorix-info bin/velorix-assoc share/man/man1/velorix.1.gz \
     share/velorix/examples/assoc/picks.csv; do
     [ -e "$work/prefix/$file" ] || { echo "$file is not installed"; exit 1; }
 done
