@@ -53,7 +53,8 @@ if grep -q 'time 1472000900' "$work/located"; then fail "the noise is associated
 
 cmake --install "$build" --prefix "$work/prefix" > "$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name velorix.pc)")
-export PKG_CONFIG_PATH
+LD_LIBRARY_PATH=$(dirname "$PKG_CONFIG_PATH")
+export PKG_CONFIG_PATH LD_LIBRARY_PATH
 # shellcheck disable=SC2046,SC2086
 "$cc" -std=c11 ${sanitizers:+-fsanitize=$sanitizers} $(pkg-config --cflags velorix) \
     "$source/examples/locate_event.c" -o "$work/locate_event" $(pkg-config --libs velorix)
