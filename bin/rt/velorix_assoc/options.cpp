@@ -21,15 +21,16 @@ struct Raw {
 };
 
 void declare(CLI::App& app, Options& o, Raw& raw) {
-    app.add_option("--pf", o.parameter_file, "parameter file (TOML)");
-    app.add_option("--grids", o.grids, "grid files");
-    app.add_option("--picks", raw.picks, "pick files; - is standard input");
-    app.add_option("--from", raw.from, "first pick time");
-    app.add_option("--to", raw.to, "last pick time");
-    app.add_option("--threads", o.threads, "threads of a scan");
-    app.add_option("--format", raw.format, "text, csv, json, quakeml or css");
-    app.add_option("--out", o.out, "output file; css: database name");
-    app.add_option("--explain", raw.explain, "say what was found or missing around a time");
+    app.add_option("--pf", o.parameter_file, "parameter file (TOML)")->type_name("FILE");
+    app.add_option("--grids", o.grids, "grid files")->type_name("FILE");
+    app.add_option("--picks", raw.picks, "pick files; - is standard input")->type_name("FILE");
+    app.add_option("--from", raw.from, "first pick time")->type_name("TIME");
+    app.add_option("--to", raw.to, "last pick time")->type_name("TIME");
+    app.add_option("--threads", o.threads, "threads of a scan")->type_name("N");
+    app.add_option("--format", raw.format, "text, csv, json, quakeml or css")->type_name("FORMAT");
+    app.add_option("--out", o.out, "output file; css: database name")->type_name("PATH");
+    app.add_option("--explain", raw.explain, "say what was found or missing around a time")
+        ->type_name("TIME");
     app.add_flag("--skip-bad", o.stream.skip_bad, "count unreadable lines and go on");
     app.add_flag("--show-parameters", o.show_parameters, "print the parameters in force and end");
     app.add_flag("-v,--verbose", o.verbose, "one line an event");
@@ -91,8 +92,9 @@ Parsed parse_options(int argc, const char* const* argv, Options& options) {
     try {
         app.parse(std::move(words));
     } catch (const CLI::CallForHelp&) {
-        std::fputs(kUsage, stdout);
-        std::fputs(app.help("", CLI::AppFormatMode::Sub).c_str(), stdout);
+        std::string list = CLI::Formatter().make_groups(&app, CLI::AppFormatMode::Normal);
+        if (const size_t at = list.find("--pf"); at != list.npos) list.replace(at, 4, "-pf ");
+        std::printf("%s%s", kUsage, list.c_str());
         return Parsed::done;
     } catch (const CLI::ParseError& error) {
         return refuse(error.what());
