@@ -83,7 +83,7 @@ Parsed parse_options(int argc, const char* const* argv, Options& options) {
     CLI::App app;
     Raw raw;
     declare(app, options, raw);
-    app.set_help_flag("-h,--help", "");
+    app.set_help_flag("-h,--help", "this text");
     // -pf is the tools' common spelling; the parser knows long names with two dashes only.
     std::vector<std::string> words;
     for (int i = argc - 1; i > 0; --i) {
