@@ -35,7 +35,7 @@ foreach(pair models=platform/ttcalc/models examples=examples)
     set(folder ${PROJECT_SOURCE_DIR}/${CMAKE_MATCH_2})
     file(CREATE_LINK ${folder} ${build_share}/${CMAKE_MATCH_1} SYMBOLIC)
     install(DIRECTORY ${folder}/ DESTINATION ${share_folder}/${CMAKE_MATCH_1} COMPONENT programs
-        USE_SOURCE_PERMISSIONS PATTERN CMakeLists.txt EXCLUDE)
+        USE_SOURCE_PERMISSIONS PATTERN CMakeLists.txt EXCLUDE PATTERN *.vxg EXCLUDE)
 endforeach()
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/velorix)
