@@ -117,10 +117,23 @@ bool Associator::decide(const Candidate& candidate) {
     return true;
 }
 
+// Far stations are many, and their picks by chance may outnumber those of a small event near by.
+// Where the near stations do not confirm the best node, a shorter window leaves the far ones out.
 bool Associator::propose(size_t grid, double time, double slack, Proposal& proposal) {
+    constexpr double kNear = 0.4;  // share of the window
+    const double window = grids_.grids()[grid].rules.window;
+    if (!propose_within(grid, time, slack, window, proposal)) return false;
+    if (!proposal.sparse) return true;
+    Proposal nearer;
+    if (!propose_within(grid, time, slack, kNear * window, nearer)) return false;
+    if (nearer.scan.good && nearer.lacking.empty()) proposal = std::move(nearer);
+    return true;
+}
+
+bool Associator::propose_within(size_t grid, double time, double slack, double window,
+                                Proposal& proposal) {
     const SearchGrid& at = grids_.grids()[grid];
-    const auto picks =
-        waiting_between(time - slack + at.min_p, time + slack + at.rules.window, grid);
+    const auto picks = waiting_between(time - slack + at.min_p, time + slack + window, grid);
     proposal.grid = grid;
     if (static_cast<int>(picks.size()) < at.rules.min_picks) return true;
     ++scans_;

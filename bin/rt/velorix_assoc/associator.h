@@ -59,12 +59,14 @@ class Associator {
         ScanResult scan;
         Solution solution;
         std::string lacking;
+        bool sparse = false;  ///< too few of the near stations have a pick
         size_t grid = 0;
     };
 
     bool advance(bool final);
     bool choose(bool final, double known, Candidate& chosen) const;
     bool decide(const Candidate& candidate);
+    bool propose_within(size_t grid, double time, double slack, double window, Proposal& proposal);
     bool propose(size_t grid, double time, double slack, Proposal& proposal);
     void settle(const Proposal& best, Solution& solution) const;
     void commit(Proposal& best);
@@ -72,7 +74,7 @@ class Associator {
     void trim(double known);
     std::vector<Waiting*> waiting_between(double from, double to, size_t grid);
     const Event* twin_of(const Proposal& proposal) const;
-    std::string lacking(const Proposal& proposal) const;
+    std::string lacking(Proposal& proposal) const;
 
     GridSet& grids_;
     ProgramRules rules_;

@@ -38,18 +38,22 @@ List records_of(const SearchGrid& grid, size_t number, std::span<Waiting* const>
     return list;
 }
 
-// The sifters have set what a channel may serve as; a phase label narrows it.
-int apply_roles(Tbl* stations, size_t number, std::span<Waiting* const> picks) {
+// The sifters have set what a channel may serve as; a phase label narrows it. A station none of
+// whose picks is called S counts less as S: most of what a picker calls P is P.
+int apply_roles(Tbl* stations, size_t number, std::span<Waiting* const> picks, double s_doubt) {
     int usable = 0;
     for (int i = 0; i < maxtbl(stations); ++i) {
         StationObs* station = static_cast<StationObs*>(gettbl(stations, i));
+        bool called_s = false;
         for (int k = 0; k < station->nobs; ++k) {
             sta_obs2* observation = station->obs[k];
             const Role& role = picks[static_cast<size_t>(observation->plist->arid)]->roles[number];
             if (!role.p) observation->useforP = 0;
             if (!role.s) observation->useforS = 0;
             usable += observation->useforP + observation->useforS;
+            called_s = called_s || label_of(observation->plist->phase) == Label::s;
         }
+        if (!called_s) station->s_weight_initial *= s_doubt;
     }
     return usable;
 }
@@ -69,7 +73,7 @@ bool scan_grid(GridSet& grids, size_t number, std::span<Waiting* const> picks, S
     const int count = velorix_setup_staobs(map, sp, &table);
     const List stations(table);
     if (count < 0) return false;
-    if (count == 0 || apply_roles(table, number, picks) == 0) return true;
+    if (count == 0 || apply_roles(table, number, picks, grid.rules.s_doubt) == 0) return true;
 
     double f = 0.0, score = 0.0, std = 0.0, stduw = 0.0, lat = 0.0, lon = 0.0, depth = 0.0;
     int32_t ix = 0, iy = 0, id = 0;

@@ -42,8 +42,9 @@ Path path_between(const Position& event, double lat, double lon) {
 }
 
 GridTimes::GridTimes(const Velorix* grid) : grid_(grid) {
-    if (!movable()) {
+    if (!regular()) {
         spacing_ = general_spacing();
+        follow_rays();
         return;
     }
     const auto step = [](double low, double high, int32_t n) {
@@ -53,6 +54,17 @@ GridTimes::GridTimes(const Velorix* grid) : grid_(grid) {
         std::max(step(grid->xmin, grid->xmax, grid->nx), step(grid->ymin, grid->ymax, grid->ny));
     for (int32_t i = 1; i < grid->nd; ++i) {
         depth_spacing_ = std::max(depth_spacing_, std::fabs(grid->depths[i] - grid->depths[i - 1]));
+    }
+}
+
+void GridTimes::follow_rays() {
+    constexpr double kBelow = 100.0;  // km under the deepest source
+    if (grid_->method[0] == '\0') return;
+    auto rays = std::make_unique<RayTimes>(*grid_);
+    if (!rays->agrees()) return;
+    rays_ = std::move(rays);
+    for (int32_t i = 0; i < grid_->nh; ++i) {
+        deepest_ = std::max(deepest_, grid_->sources[i].depth + kBelow);
     }
 }
 
@@ -78,14 +90,24 @@ double GridTimes::general_spacing() const {
     return nearest[nearest.size() / 2] < 1e9 ? nearest[nearest.size() / 2] : 0.0;
 }
 
-Spot GridTimes::clamped(const Spot& spot) const {
-    if (!movable()) return spot;
-    return {std::clamp(spot.x, 0.0, grid_->nx - 1.0), std::clamp(spot.y, 0.0, grid_->ny - 1.0),
-            std::clamp(spot.z, 0.0, grid_->nd - 1.0)};
+Spot GridTimes::shifted(const Spot& spot, double dx, double dy, double dz) const {
+    constexpr double kPole = 89.9;
+    if (regular()) {
+        return {std::clamp(spot.x + dx, 0.0, grid_->nx - 1.0),
+                std::clamp(spot.y + dy, 0.0, grid_->ny - 1.0),
+                std::clamp(spot.z + dz, 0.0, grid_->nd - 1.0)};
+    }
+    if (!rays_) return spot;
+    const Position at = position(spot);
+    const double degrees = spacing_ / kKmPerDegree;
+    const double lat = std::clamp(at.lat + dy * degrees, -kPole, kPole);
+    const double lon = at.lon + dx * degrees / std::cos(at.lat * kRadians);
+    return {near_longitude(lon, 0.0), lat, std::clamp(at.depth + dz * spacing_, 0.0, deepest_),
+            true};
 }
 
 Spot GridTimes::spot_of(int64_t node) const {
-    if (!movable()) return {static_cast<double>(node), 0.0, 0.0};
+    if (!regular()) return {static_cast<double>(node), 0.0, 0.0};
     const int64_t layer = node % grid_->nh;
     const int64_t row = layer / grid_->nx, depth = node / grid_->nh;
     return {static_cast<double>(layer % grid_->nx), static_cast<double>(row),
@@ -93,7 +115,8 @@ Spot GridTimes::spot_of(int64_t node) const {
 }
 
 Position GridTimes::position(const Spot& spot) const {
-    if (!movable()) {
+    if (spot.free) return {spot.y, spot.x, spot.z};
+    if (!regular()) {
         const Source& node = grid_->sources[static_cast<int64_t>(spot.x)];
         return {node.lat, node.lon, node.depth};
     }
@@ -115,7 +138,7 @@ Position GridTimes::position(const Spot& spot) const {
 
 Times GridTimes::node_times(int64_t node, int station) const {
     Times out;
-    if (!movable()) {
+    if (!regular()) {
         velorix_get_ttimes(grid_, station, static_cast<int32_t>(node), 0, 0, &out.p, &out.s);
         return out;
     }
@@ -127,7 +150,8 @@ Times GridTimes::node_times(int64_t node, int station) const {
 }
 
 Times GridTimes::times(const Spot& spot, int station) const {
-    if (!movable()) return node_times(static_cast<int64_t>(spot.x), station);
+    if (spot.free) return rays_->at(position(spot), station);
+    if (!regular()) return node_times(static_cast<int64_t>(spot.x), station);
     return grid_->type == VELORIX_TYPE_1D ? table_times(spot, station) : mesh_times(spot, station);
 }
 

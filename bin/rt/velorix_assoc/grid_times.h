@@ -2,27 +2,21 @@
 #define VELORIX_ASSOC_GRID_TIMES_H
 // Travel times and positions between the nodes of a grid, so that an event need not stand on one.
 #include <cstdint>
+#include <memory>
 #include <vector>
 
-#include "velorix.h"
+#include "ray_times.h"
 
 namespace velorix::assoc {
 
 constexpr double kKmPerDegree = 111.19492664455873;  // sphere of 6371 km
 constexpr double kPi = 3.141592653589793;
 
-/// A place in a grid: fractional column, row and depth number; a general mesh: node number in x.
+/// A place in a grid: fractional column, row and depth number; a general mesh: node number in x,
+/// or, off the nodes, longitude, latitude and depth.
 struct Spot {
     double x = 0.0, y = 0.0, z = 0.0;
-};
-
-struct Position {
-    double lat = 0.0, lon = 0.0, depth = 0.0;
-};
-
-/// Travel times; negative when the grid carries no such table.
-struct Times {
-    double p = -1.0, s = -1.0;
+    bool free = false;  ///< off the nodes of a general mesh
 };
 
 /// Great-circle distance and azimuths, degrees.
@@ -36,9 +30,13 @@ class GridTimes {
     explicit GridTimes(const Velorix* grid);
 
     const Velorix& grid() const { return *grid_; }
-    /// Places between nodes exist: a regular mesh.
-    bool movable() const { return grid_->mode == VELORIX_MODE_REGULAR; }
-    Spot clamped(const Spot& spot) const;
+    bool regular() const { return grid_->mode == VELORIX_MODE_REGULAR; }
+    /// Places between nodes exist: on a regular mesh by interpolation, on a general one when the
+    /// calculator knows the grid's model.
+    bool movable() const { return regular() || rays_; }
+    /// A spot moved by so many columns, rows and depths; on a general mesh by so many spacings
+    /// east, north and down. It stays inside the mesh, above the deepest sources, below the ground.
+    Spot shifted(const Spot& spot, double dx, double dy, double dz) const;
     Position position(const Spot& spot) const;
     Times times(const Spot& spot, int station) const;
     Times node_times(int64_t node, int station) const;
@@ -55,8 +53,11 @@ class GridTimes {
     Times table_times(const Spot& spot, int station) const;
     Times mesh_times(const Spot& spot, int station) const;
     double general_spacing() const;
+    void follow_rays();
 
     const Velorix* grid_;
+    std::unique_ptr<RayTimes> rays_;
+    double deepest_ = 0.0;  // km, of a free spot
     double spacing_ = 0.0, depth_spacing_ = 0.0;
 };
 

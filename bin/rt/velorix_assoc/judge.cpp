@@ -72,7 +72,7 @@ double coverage_of(const SearchGrid& grid, const Solution& solution) {
     std::nth_element(reached.begin(), middle, reached.end());
     int at_work = 0, recorded = 0;
     for (int is = 0; is < grid.times.grid().ns; ++is) {
-        if (!grid.alive[static_cast<size_t>(is)]) continue;
+        if (!grid.at_work(is, solution.time)) continue;
         if (grid.times.times(solution.spot, is).p > *middle) continue;
         ++at_work;
         recorded += with.count(is) ? 1 : 0;
@@ -80,7 +80,7 @@ double coverage_of(const SearchGrid& grid, const Solution& solution) {
     return at_work > 0 ? static_cast<double>(recorded) / at_work : 0.0;
 }
 
-std::string Associator::lacking(const Proposal& proposal) const {
+std::string Associator::lacking(Proposal& proposal) const {
     const SearchGrid& grid = grids_.grids()[proposal.grid];
     const GridRules& rules = grid.rules;
     const Solution& solution = proposal.solution;
@@ -108,7 +108,8 @@ std::string Associator::lacking(const Proposal& proposal) const {
         return format("too much scatter: %.2f of %.2f s", counts.weighted(), rules.max_scatter);
     }
     const double coverage = coverage_of(grid, solution);
-    if (coverage < rules.min_coverage) {
+    proposal.sparse = coverage < rules.min_coverage;
+    if (proposal.sparse) {
         return format("near stations without picks: coverage %.2f of %.2f", coverage,
                       rules.min_coverage);
     }

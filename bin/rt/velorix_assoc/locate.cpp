@@ -183,15 +183,19 @@ void Locator::search_nodes(Solution& solution) const {
 
 void Locator::search(Solution& solution) const {
     Origin origin;
-    solution.spot = best_depth(solution);
+    if (grid_.times.regular()) {
+        solution.spot = best_depth(solution);
+    } else {
+        search_nodes(solution);
+    }
+    if (!grid_.times.movable()) return;
     double least = misfit(solution.spot, solution.members, origin);
     for (double step = 2.0; step >= 1.0 / 16.0;) {
         const Spot centre = solution.spot;
         double best = least;
         for (int n = 0; n < 27; ++n) {
             const int dx = n % 3 - 1, dy = n / 3 % 3 - 1, dz = n / 9 - 1;
-            const Spot tried = grid_.times.clamped(
-                {centre.x + step * dx, centre.y + step * dy, centre.z + step * dz});
+            const Spot tried = grid_.times.shifted(centre, step * dx, step * dy, step * dz);
             const double value = misfit(tried, solution.members, origin);
             if (value >= best - 1e-9) continue;
             best = value;
@@ -205,13 +209,7 @@ void Locator::search(Solution& solution) const {
 void Locator::locate(Solution& solution) const {
     if (solution.members.empty()) return;
     for (Member& m : solution.members) m.weight = weight_of(m, solution.spot);
-    if (grid_.rules.refine != 0 && solution.members.size() >= 4) {
-        if (grid_.times.movable()) {
-            search(solution);
-        } else {
-            search_nodes(solution);
-        }
-    }
+    if (grid_.rules.refine != 0 && solution.members.size() >= 4) search(solution);
     Origin origin;
     misfit(solution.spot, solution.members, origin);
     solution.time = origin.time;
@@ -227,7 +225,7 @@ void Locator::update_residuals(Solution& solution) const {
     const Velorix& grid = grid_.times.grid();
     const Spot& at = solution.spot;
     solution.on_edge =
-        grid_.times.movable() && ((grid.nx > 1 && (at.x <= 0.0 || at.x >= grid.nx - 1.0)) ||
+        grid_.times.regular() && ((grid.nx > 1 && (at.x <= 0.0 || at.x >= grid.nx - 1.0)) ||
                                   (grid.ny > 1 && (at.y <= 0.0 || at.y >= grid.ny - 1.0)));
 }
 

@@ -22,11 +22,12 @@ constexpr std::array<Key<int>, 6> kCounts{{{"min_p", &GridRules::min_p},
                                            {"min_stations", &GridRules::min_stations},
                                            {"refine", &GridRules::refine},
                                            {"screen_stations", &GridRules::screen_stations}}};
-constexpr std::array<Key<double>, 7> kReals{{{"min_coverage", &GridRules::min_coverage},
+constexpr std::array<Key<double>, 8> kReals{{{"min_coverage", &GridRules::min_coverage},
                                              {"max_scatter", &GridRules::max_scatter},
                                              {"window", &GridRules::window},
                                              {"step", &GridRules::step},
                                              {"velocity_sigma", &GridRules::velocity_sigma},
+                                             {"s_doubt", &GridRules::s_doubt},
                                              {"separation_time", &GridRules::separation_time},
                                              {"separation_km", &GridRules::separation_km}}};
 
@@ -75,7 +76,7 @@ Reach reach_of(const GridTimes& times, double max_p, double max_s) {
     for (int is = 0; is < grid.ns; ++is) {
         inside += velorix_inside(&grid, grid.stations[is].lat, grid.stations[is].lon);
     }
-    if (!times.movable() || grid.ns < 2 * static_cast<int>(kNearest) || 2 * inside < grid.ns) {
+    if (!times.regular() || grid.ns < 2 * static_cast<int>(kNearest) || 2 * inside < grid.ns) {
         return {max_p, max_s};
     }
     std::vector<double> p, s, row(static_cast<size_t>(grid.ns));
@@ -152,12 +153,15 @@ void derive_defaults(const GridTimes& times, SearchParams& sp, GridRules& rules)
     rules.min_s = 0;
     rules.min_picks = 8;
     rules.min_stations = 4;
-    rules.min_coverage = 0.3;
+    rules.min_coverage = 0.4;
     rules.max_scatter = 0.75 * std::max(sp.p_max_resid, with_s ? sp.s_max_resid : 0.0);
     rules.window = longest + 2.0 * sp.cluster_twin;
     rules.step = rules.window;
     rules.separation_time = std::max(3.0, 3.0 * sp.cluster_twin);
-    rules.separation_km = std::max(15.0, 3.0 * times.spacing_km());
+    // Stations that disagree by a model error of a few seconds place one earthquake several nodes
+    // apart.
+    rules.separation_km = std::max(15.0, 6.0 * times.spacing_km());
+    rules.s_doubt = 0.6;
     rules.screen_stations = 40;
 }
 

@@ -23,6 +23,7 @@ struct GridRules {
     double separation_time = 0.0;  ///< events closer than both of these are one, s
     double separation_km = 0.0;
     double velocity_sigma = 0.0;  ///< deviation of the model's slowness, a share; 0: taken as exact
+    double s_doubt = 0.0;         ///< weight of a pick as S that is not called S; called S: 1
     int refine = 1;               ///< locate between the nodes
     int screen_stations = 0;      ///< stations nearest to a node that screening looks at
 };

@@ -73,7 +73,7 @@ void PickStream::count(const Pick& pick) {
             ++survey_.label_none;
             break;
     }
-    ++survey_.stations[pick.network + "." + pick.station];
+    survey_.stations[pick.network + "." + pick.station].add(pick.time);
     if (!inside(pick)) {
         ++survey_.outside;
         return;

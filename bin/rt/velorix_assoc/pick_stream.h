@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "activity.h"
 #include "pick.h"
 #include "pick_reader.h"
 
@@ -22,7 +23,7 @@ struct PickSurvey {
     long outside = 0;  ///< picks outside the time span asked for
     long label_p = 0, label_s = 0, label_other = 0, label_none = 0;
     double first = 0.0, last = 0.0;        ///< of the picks inside the span
-    std::map<std::string, long> stations;  ///< "NET.STA" to its number of picks
+    std::map<std::string, Activity> stations;  ///< by "NET.STA"
     std::string kinds;
     long used() const { return read - outside; }
 };

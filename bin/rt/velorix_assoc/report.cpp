@@ -64,14 +64,14 @@ std::string opening(const PickSurvey& survey, const GridSet& grids, Labels label
     for (const SearchGrid& grid : grids.grids()) out += grid_line(grid);
     std::string missing;
     int count = 0;
-    for (const auto& [name, picks] : survey.stations) {
+    for (const auto& [name, activity] : survey.stations) {
         Pick pick;
         pick.network = name.substr(0, name.find('.'));
         pick.station = name.substr(name.find('.') + 1);
         const bool known =
             std::any_of(grids.grids().begin(), grids.grids().end(),
                         [&](const SearchGrid& g) { return g.station_of(pick) >= 0; });
-        if (!known && ++count <= 20) missing += " " + name + format(" (%ld)", picks);
+        if (!known && ++count <= 20) missing += " " + name + format(" (%ld)", activity.picks());
     }
     if (count > 0) {
         out += format("%d stations with picks are in no grid:", count) + missing +

@@ -21,7 +21,7 @@ Screen::Screen(const SearchGrid& grid) : stations_(grid.times.grid().ns) {
 // Every k-th column and row at two depths of a regular mesh; every k-th source of a general mesh.
 void Screen::choose_nodes(const GridTimes& times) {
     const Velorix& grid = times.grid();
-    if (!times.movable()) {
+    if (!times.regular()) {
         const int64_t step = std::max<int64_t>(1, grid.nn / kMostSources);
         for (int64_t node = step / 2; node < grid.nn; node += step) nodes_.push_back(node);
         return;

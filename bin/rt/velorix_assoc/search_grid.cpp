@@ -22,6 +22,11 @@ int SearchGrid::station_of(const Pick& pick) const {
     return number;
 }
 
+bool SearchGrid::at_work(int station, double time) const {
+    const Activity* known = activity[static_cast<size_t>(station)];
+    return known ? known->near(time) : alive[static_cast<size_t>(station)] != 0;
+}
+
 bool GridSet::load(const std::vector<std::string>& paths, const ParameterFile& file, int threads) {
     for (const std::string& path : paths) {
         Tbl* list = nullptr;
@@ -53,6 +58,7 @@ bool GridSet::add(Velorix* grid, const ParameterFile& file, int threads) {
     double max_p = 0.0, min_s = 0.0, max_s = 0.0;
     velorix_get_minmax_ttimes(grid, &added.min_p, &max_p, &min_s, &max_s);
     added.alive.assign(static_cast<size_t>(grid->ns), 0);
+    added.activity.assign(static_cast<size_t>(grid->ns), nullptr);
     return setarr(by_name_.get(), name.c_str(), added.search.get()) == 0;
 }
 

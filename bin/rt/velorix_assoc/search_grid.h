@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "activity.h"
 #include "grid_times.h"
 #include "parameters.h"
 #include "pick.h"
@@ -40,9 +41,12 @@ struct SearchGrid {
     GridTimes times;
     GridRules rules;
     std::unique_ptr<SearchParams, FreeSearch> search;
-    std::vector<char> alive;  ///< per station: it has a pick somewhere in the files
-    double min_p = 0.0;       ///< shortest travel time in the grid, s
+    std::vector<char> alive;                ///< per station: it has a pick somewhere in the files
+    std::vector<const Activity*> activity;  ///< per station; null: unknown
+    double min_p = 0.0;                     ///< shortest travel time in the grid, s
 
+    /// A station had picks in the hours around a time.
+    bool at_work(int station, double time) const;
     /// Number of a pick's station in the grid, by code, NET.STA or NET_STA; -1 when it has none.
     int station_of(const Pick& pick) const;
     const Station& station(int number) const { return times.grid().stations[number]; }

@@ -48,17 +48,16 @@ struct Slope {
 
 Slope slope_of(const GridTimes& times, const Spot& spot, int station, char phase) {
     const auto value = [&](double dx, double dy, double dz) {
-        const Times t =
-            times.times(times.clamped({spot.x + dx, spot.y + dy, spot.z + dz}), station);
+        const Times t = times.times(times.shifted(spot, dx, dy, dz), station);
         return phase == 'S' ? t.s : t.p;
     };
     constexpr double kStep = 0.25;
-    const Position w = times.position(times.clamped({spot.x - kStep, spot.y, spot.z}));
-    const Position e = times.position(times.clamped({spot.x + kStep, spot.y, spot.z}));
-    const Position s = times.position(times.clamped({spot.x, spot.y - kStep, spot.z}));
-    const Position n = times.position(times.clamped({spot.x, spot.y + kStep, spot.z}));
-    const double up = times.position(times.clamped({spot.x, spot.y, spot.z - kStep})).depth;
-    const double down = times.position(times.clamped({spot.x, spot.y, spot.z + kStep})).depth;
+    const Position w = times.position(times.shifted(spot, -kStep, 0, 0));
+    const Position e = times.position(times.shifted(spot, kStep, 0, 0));
+    const Position s = times.position(times.shifted(spot, 0, -kStep, 0));
+    const Position n = times.position(times.shifted(spot, 0, kStep, 0));
+    const double up = times.position(times.shifted(spot, 0, 0, -kStep)).depth;
+    const double down = times.position(times.shifted(spot, 0, 0, kStep)).depth;
     const double shrink = std::cos(w.lat * kPi / 180.0);
     // The mesh's axes in km east and north, then the gradient by solving the 2 x 2 system.
     const double ax = (e.lon - w.lon) * shrink * kKmPerDegree, ay = (e.lat - w.lat) * kKmPerDegree;
@@ -88,8 +87,8 @@ void add_ellipse(Uncertainty& out) {
 
 // Least-squares covariance scaled by the scatter found, but by no less than the a priori
 // deviations; a quarter of the node spacing is what refinement leaves of the mesh (interpolation
-// and model are not exact between the nodes), the whole spacing's uniform spread what an unrefined
-// node has.
+// is not exact between the nodes), a sixteenth where rays are followed off the nodes, the whole
+// spacing's uniform spread what an unrefined node has.
 Uncertainty Locator::uncertainty(const Solution& solution) const {
     const bool moved = grid_.times.movable() && grid_.rules.refine != 0;
     Matrix normal{}, inverse{};
@@ -109,8 +108,9 @@ Uncertainty Locator::uncertainty(const Solution& solution) const {
         ++n;
     }
     const double variance = std::max(1.0, sum / std::max(1, n - 4));
-    const double spacing = grid_.times.spacing_km() * (moved ? 0.25 : 1.0);
-    const double depth_spacing = grid_.times.depth_spacing_km() * (moved ? 0.25 : 1.0);
+    const double left = solution.spot.free ? 1.0 / 16.0 : moved ? 0.25 : 1.0;
+    const double spacing = grid_.times.spacing_km() * left;
+    const double depth_spacing = grid_.times.depth_spacing_km() * left;
     // What no pick constrains gets the extent of ten nodes instead of infinity.
     const double loose = 10.0 * std::max(1.0, grid_.times.spacing_km());
     for (size_t i = 0; i < 3; ++i) normal[i][i] += variance / (loose * loose);
