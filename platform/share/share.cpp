@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/share/folders.h"
+
 namespace {
 
 namespace fs = std::filesystem;
