@@ -17,6 +17,8 @@ struct FailedAssertion {};
 }  // namespace velorix::pf
 #pragma push_macro("NDEBUG")
 #undef NDEBUG
+#define TOML_FLOAT_CHARCONV 1  // a stream that lacks memory would call a good number bad
+#define TOML_INT_CHARCONV 1
 #define TOML_ASSERT(holds) ((holds) ? void() : throw velorix::pf::FailedAssertion())
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"
@@ -159,7 +161,8 @@ std::unique_ptr<Pf> parse(const std::string& text, const std::string& label) {
         return nullptr;
     }
     try {
-        const toml::table root = toml::parse(std::string_view(text), label);
+        // Without the label: the library copies it where it cannot say that memory is short.
+        const toml::table root = toml::parse(std::string_view(text));
         return convert(root, nullptr, "", 0, std::make_shared<const std::string>(label));
     } catch (const toml::parse_error& error) {
         const auto& at = error.source().begin;

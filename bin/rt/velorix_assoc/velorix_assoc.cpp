@@ -7,6 +7,7 @@
 #include <new>
 
 #include "associator.h"
+#include "mapped_files.h"
 #include "options.h"
 #include "output.h"
 #include "parameters.h"
@@ -55,13 +56,15 @@ int show(const ProgramRules& rules, const GridSet& grids) {
 
 // Stations that never have a pick are not at work.
 void mark_alive(const PickSurvey& survey, GridSet& grids) {
-    for (const auto& [name, count] : survey.stations) {
+    for (const auto& [name, activity] : survey.stations) {
         Pick pick;
         pick.network = name.substr(0, name.find('.'));
         pick.station = name.substr(name.find('.') + 1);
         for (SearchGrid& grid : grids.grids()) {
             const int station = grid.station_of(pick);
-            if (station >= 0) grid.alive[static_cast<size_t>(station)] = 1;
+            if (station < 0) continue;
+            grid.alive[static_cast<size_t>(station)] = 1;
+            grid.activity[static_cast<size_t>(station)] = &activity;
         }
     }
 }
@@ -136,6 +139,7 @@ int run(const Options& options) {
 
 int main(int argc, char** argv) {
     velorix::tool::prepare_standard_streams();
+    velorix::tool::end_when_mapped_file_is_lost();
     elog_init(argc, argv);
     Options options;
     try {

@@ -5,6 +5,7 @@
 
 #include "json_writer.h"
 #include "listings.h"
+#include "mapped_files.h"
 #include "options.h"
 #include "platform/elog/elog.h"
 #include "report.h"
@@ -146,6 +147,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     elog_init(argc, argv);
+    velorix::tool::end_when_mapped_file_is_lost();
     try {
         return velorix::info::run(argc, argv);
     } catch (const std::bad_alloc&) {

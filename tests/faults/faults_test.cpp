@@ -1,0 +1,251 @@
+// What the programs do when memory, disk, files or patience run out: a message, a status other than
+// 0, and nothing that could be taken for a whole result.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <optional>
+
+#include "program.h"
+#include "support/log_capture.h"
+#include "support/temp_file.h"
+#include "velorix.h"
+
+namespace velorix_test {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using Words = std::vector<std::string>;
+
+constexpr const char* kStations =
+    "#Network | Station | Latitude | Longitude | Elevation | SiteName | StartTime | EndTime\n"
+    "XX|AAA|40.1|-110.0|0.0|A|2002-11-19T00:00:00|\n"
+    "XX|BBB|39.8|-110.3|0.0|B|2002-11-19T00:00:00|\n"
+    "XX|CCC|40.0|-109.6|0.0|C|2002-11-19T00:00:00|\n"
+    "XX|DDD|40.4|-110.2|0.0|D|2002-11-19T00:00:00|\n"
+    "XX|EEE|39.7|-109.8|0.0|E|2002-11-19T00:00:00|\n"
+    "XX|FFF|40.3|-109.7|0.0|F|2002-11-19T00:00:00|\n";
+constexpr const char* kGrids = R"([grids.first]
+mode = "file"
+coords_file = "points.txt"
+method = "tttaup"
+model = "iasp91"
+compute_P = true
+[grids.second]
+mode = "edp"
+latr = 40
+lonr = -110
+nx = 5
+ny = 5
+xmin = -0.5
+xmax = 0.5
+ymin = -0.5
+ymax = 0.5
+depths = [5]
+method = "tttaup"
+model = "iasp91"
+compute_P = true
+compute_S = true
+)";
+/// P and S picks of an event at the middle of the mesh of the second grid.
+std::string picks_of_an_event(const std::string& heaps) {
+    std::string bytes = heaps;
+    Tbl* grids = nullptr;
+    EXPECT_EQ(velorix_read_buffer(bytes.data(), bytes.size(), "grids", &grids), 2);
+    const auto* mesh = static_cast<const Velorix*>(gettbl(grids, 1));
+    std::string picks = "station,channel,phase,time\n";
+    for (int is = 0; mesh && is < mesh->ns; ++is) {
+        double p = 0.0, s = 0.0;
+        velorix_get_ttimes(mesh, is, 2, 2, 0, &p, &s);
+        const std::string code = mesh->stations[is].sta;
+        picks += code + ",HHZ,P," + std::to_string(1476403200 + p) + "\n";
+        picks += code + ",HHN,S," + std::to_string(1476403200 + s) + "\n";
+    }
+    freetbl(grids, velorix_release);
+    return picks;
+}
+
+/// A folder with everything that a run of each program needs; the grids are computed once.
+class Faults : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        folder_.emplace();
+        folder_->write("net.txt", kStations);
+        folder_->write("points.txt", "40 -110 10\n41 -111 5\n");
+        folder_->write("velorix.toml", kGrids);
+        const Finished made = velorix_test::run({kVelorix, folder_->path(), {}, ""});
+        ASSERT_EQ(made.status, 0) << made.err;
+        heaps_ = made.out;
+        folder_->write("grid.vxg", heaps_);
+        folder_->write("picks.csv", picks_of_an_event(heaps_));
+    }
+    static void TearDownTestSuite() { folder_.reset(); }
+
+    static Finished run(const Words& words, const std::string& fault,
+                        Output output = Output::collected, const std::string& input = "") {
+        Words environment{"VELORIX_FAULT_COUNT=" + folder_->path("count")};
+        environment.push_back("LD_PRELOAD=" VELORIX_FAULTS);
+        if (!fault.empty()) environment.push_back("VELORIX_FAULT=" + fault);
+        return velorix_test::run({words, folder_->path(), environment, input, output});
+    }
+
+    // Fails the first, second, ... allocation (every one at first, then some of them).
+    static void sweep(
+        const Words& words, const std::function<void(const Finished&)>& check,
+        const std::function<void()>& prepare = [] {}) {
+        const Finished whole = run(words, "");
+        ASSERT_EQ(whole.status, 0) << whole.err;
+        const long total = std::stol(read_file(folder_->path("count")));
+        ASSERT_GT(total, 30);
+        for (const char* kind : {"memory ", "once "}) {
+            for (long n = 1; n <= total; n += 1 + n / 10) {
+                SCOPED_TRACE(kind + std::to_string(n) + " of " + std::to_string(total));
+                prepare();
+                const Finished finished = run(words, kind + std::to_string(n));
+                ASSERT_THAT(finished.status, testing::AnyOf(0, 1)) << finished.err;
+                if (finished.status == 1) {
+                    ASSERT_THAT(finished.err, HasSubstr(words[0] + ": "));
+                }
+                check(finished);
+            }
+        }
+    }
+
+    // Grids written so far: none, the first, or both.
+    static void expect_whole_grids(const Finished& finished) {
+        std::string bytes = finished.out;
+        if (bytes.empty()) return;
+        const LogCapture log;
+        Tbl* grids = nullptr;
+        EXPECT_GT(velorix_read_buffer(bytes.data(), bytes.size(), "output", &grids), 0);
+        freetbl(grids, velorix_release);
+        EXPECT_THAT(bytes.size(), testing::AnyOf(heaps_.size(), first_size()));
+        if (finished.status == 0) {
+            EXPECT_EQ(bytes.size(), heaps_.size());
+        }
+    }
+    static size_t first_size() {
+        return static_cast<size_t>(reinterpret_cast<const Velorix*>(heaps_.data())->size);
+    }
+    static size_t files() {
+        const std::filesystem::directory_iterator all(folder_->path());
+        return static_cast<size_t>(std::distance(begin(all), end(all)));
+    }
+
+    static inline const Words kVelorix{"velorix", "net.txt"};
+    static inline const Words kAssociate{"velorix-assoc", "--grids", "grid.vxg", "--picks",
+                                         "picks.csv"};
+    static Words associate_to(const std::string& out) {
+        Words words = kAssociate;
+        words.insert(words.end(), {"--format", "csv", "--out", out});
+        return words;
+    }
+
+    static inline std::optional<TempFolder> folder_;
+    static inline std::string heaps_;
+};
+
+TEST_F(Faults, VelorixWithoutMemoryWritesWholeGridsOrNone) { sweep(kVelorix, expect_whole_grids); }
+
+TEST_F(Faults, InfoWithoutMemorySaysSo) {
+    const std::string whole = run({"velorix-info", "--json", "grid.vxg"}, "").out;
+    sweep({"velorix-info", "--json", "grid.vxg"}, [&](const Finished& finished) {
+        if (finished.status == 0) {
+            EXPECT_EQ(finished.out, whole);
+        }
+    });
+}
+
+TEST_F(Faults, AssocWithoutMemoryLeavesTheEarlierCatalogue) {
+    ASSERT_EQ(run(associate_to("whole.csv"), "").status, 0);
+    const std::string whole = read_file(folder_->path("whole.csv"));
+    ASSERT_THAT(whole, HasSubstr("2016-10-14"));
+    const size_t after = files() + 2;
+    sweep(
+        associate_to("events.csv"),
+        [&](const Finished& finished) {
+            EXPECT_EQ(read_file(folder_->path("events.csv")),
+                      finished.status == 0 ? whole : "earlier\n");
+            EXPECT_LE(files(), after);
+        },
+        [] { folder_->write("events.csv", "earlier\n"); });
+}
+
+TEST_F(Faults, AssocThatCannotFinishItsFileLeavesTheEarlierOne) {
+    folder_->write("old.csv", "earlier\n");
+    const size_t before = files();
+    for (const char* fault : {"write 1", "write 2", "fsync 1", "rename 1"}) {
+        const Finished finished = run(associate_to("old.csv"), fault);
+        EXPECT_EQ(finished.status, 1) << fault;
+        EXPECT_THAT(finished.err, HasSubstr("velorix-assoc: cannot write '")) << fault;
+        EXPECT_EQ(files(), before) << fault;
+        if (fault[0] != 'r' && std::string(fault) != "write 2") {
+            EXPECT_EQ(read_file(folder_->path("old.csv")), "earlier\n") << fault;
+        }
+    }
+}
+
+TEST_F(Faults, GridFileThatShrinksWhileMappedEndsTheProgramWithItsName) {
+    for (const Words& words : {Words{"velorix-info", "--times", "0", "grid.vxg"}, kAssociate}) {
+        for (const char* left : {"0", "4096"}) {
+            std::string large;
+            while (large.size() < 20000) large += heaps_;
+            folder_->write("grid.vxg", words[0] == "velorix-info" ? large : heaps_);
+            if (words[0] != "velorix-info" && *left != '0') continue;
+            const Finished finished = run(words, std::string("shrink ") + left);
+            EXPECT_EQ(finished.status, 1) << words[0];
+            EXPECT_EQ(
+                finished.err,
+                words[0] + ": a grid file was shortened or cannot be read any more while in use\n");
+        }
+    }
+    folder_->write("grid.vxg", heaps_);
+}
+
+TEST_F(Faults, SignalEndsVelorixBetweenGrids) {
+    ASSERT_EQ(run(kVelorix, "").status, 0);
+    const long total = std::stol(read_file(folder_->path("count")));
+    for (long n = 1; n < total; n += 1 + total / 12) {
+        const Finished finished = run(kVelorix, "signal " + std::to_string(n));
+        EXPECT_EQ(finished.status, 1000 + SIGTERM) << n;
+        expect_whole_grids(finished);
+    }
+}
+
+TEST_F(Faults, ShortAndInterruptedReadsChangeNothing) {
+    const Words words{"velorix-info", "--times", "1", "-"};
+    const Finished whole = run(words, "", Output::collected, heaps_);
+    ASSERT_EQ(whole.status, 0) << whole.err;
+    const Finished finished = run(words, "read 100", Output::collected, heaps_);
+    EXPECT_EQ(finished.status, 0) << finished.err;
+    EXPECT_EQ(finished.out, whole.out);
+}
+
+TEST_F(Faults, OutputThatCannotBeWrittenIsAFailureOfEveryProgram) {
+    Words many{"velorix-info", "--json"};
+    many.insert(many.end(), 100, "grid.vxg");  // more than a buffer
+    for (const Words& words : {kVelorix,
+                               many,
+                               {"velorix-info", "grid.vxg"},
+                               {"velorix-info", "--help"},
+                               kAssociate,
+                               {"velorix-assoc", "--help"},
+                               {"velorix-assoc", "--grids", "grid.vxg", "--show-parameters"}}) {
+        for (const Output output : {Output::full_device, Output::closed}) {
+            const Finished finished = run(words, "", output);
+            EXPECT_EQ(finished.status, 1) << testing::PrintToString(words);
+            EXPECT_THAT(finished.err, HasSubstr(output == Output::closed ? "Bad file descriptor"
+                                                                         : "No space left"))
+                << testing::PrintToString(words);
+        }
+        // A lister behind which nobody reads ends as such programs do, by the signal.
+        const Finished finished = run(words, "", Output::pipe_without_reader);
+        EXPECT_EQ(finished.status, words[0] == "velorix-info" ? 1000 + SIGPIPE : 1)
+            << testing::PrintToString(words);
+    }
+}
+
+}  // namespace
+}  // namespace velorix_test
