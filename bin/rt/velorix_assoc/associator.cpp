@@ -96,6 +96,22 @@ std::vector<Waiting*> Associator::waiting_between(double from, double to, size_t
     return out;
 }
 
+// A finer grid that sees the same event with most of its picks places it better, though fewer
+// stations of its own or narrower windows give it the lower score.
+Associator::Proposal& Associator::finest(Proposal& best, std::vector<Proposal>& proposals) const {
+    Proposal* chosen = &best;
+    for (Proposal& other : proposals) {
+        const GridTimes& now = grids_.grids()[chosen->grid].times;
+        const GridTimes& then = grids_.grids()[other.grid].times;
+        if (!other.lacking.empty() || then.spacing_km() >= now.spacing_km()) continue;
+        if (2 * other.solution.members.size() < best.solution.members.size()) continue;
+        const GridRules& rules = grids_.grids()[best.grid].rules;
+        if (!same_event(best, other, rules.separation_time, rules.separation_km)) continue;
+        chosen = &other;
+    }
+    return *chosen;
+}
+
 bool Associator::decide(const Candidate& candidate) {
     std::vector<Proposal> proposals;
     for (size_t g = 0; g < grids_.grids().size(); ++g) {
@@ -110,7 +126,7 @@ bool Associator::decide(const Candidate& candidate) {
         if (!place || proposal.scan.score > place->scan.score) place = &proposal;
     }
     if (best) {
-        commit(*best);
+        commit(finest(*best, proposals));
     } else {
         refuse(candidate, nearly);
     }
@@ -176,17 +192,6 @@ void Associator::settle(const Proposal& best, Solution& solution) const {
     });
 }
 
-const Event* Associator::twin_of(const Proposal& proposal) const {
-    const SearchGrid& grid = grids_.grids()[proposal.grid];
-    const Position at = grid.times.position(proposal.solution.spot);
-    for (auto event = events_.rbegin(); event != events_.rend(); ++event) {
-        if (std::fabs(event->time - proposal.solution.time) > grid.rules.separation_time) continue;
-        const double km = path_between(at, event->lat, event->lon).delta * kKmPerDegree;
-        if (km <= grid.rules.separation_km) return &*event;
-    }
-    return nullptr;
-}
-
 void Associator::commit(Proposal& best) {
     const SearchGrid& grid = grids_.grids()[best.grid];
     Event event = make_event(grid, locators_[best.grid], best.solution);
@@ -195,6 +200,7 @@ void Associator::commit(Proposal& best) {
     const auto nearby = waiting_between(from - slack_, to + slack_, best.grid);
     event.left_out = left_out_of(grid, best.grid, best.solution, nearby);
     events_.push_back(event);
+    keep(best);
     const int number = static_cast<int>(events_.size());
     for (Member& member : best.solution.members) {
         if (!rules_.reuse_picks) member.waiting->event = number;
@@ -237,6 +243,7 @@ void Associator::trim(double known) {
     for (const Candidate& candidate : open) done = std::min(done, candidate.time);
     done -= 2.0 * (window_ + slack_);
     for (Timeline& timeline : timelines_) timeline.trim(done);
+    std::erase_if(kept_, [&](const Kept& kept) { return kept.solution.time < done - window_; });
     while (!waiting_.empty() && waiting_.front().pick.time < done) waiting_.pop_front();
 }
 

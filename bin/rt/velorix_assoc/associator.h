@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -63,17 +64,28 @@ class Associator {
         size_t grid = 0;
     };
 
+    /// A committed event as its grid has it.
+    struct Kept {
+        size_t grid;
+        Solution solution;
+        std::set<int> stations;
+    };
+
     bool advance(bool final);
     bool choose(bool final, double known, Candidate& chosen) const;
     bool decide(const Candidate& candidate);
     bool propose_within(size_t grid, double time, double slack, double window, Proposal& proposal);
     bool propose(size_t grid, double time, double slack, Proposal& proposal);
     void settle(const Proposal& best, Solution& solution) const;
+    Proposal& finest(Proposal& best, std::vector<Proposal>& proposals) const;
+    bool same_event(const Proposal& a, const Proposal& b, double time, double km) const;
     void commit(Proposal& best);
     void refuse(const Candidate& candidate, const Proposal* best);
     void trim(double known);
     std::vector<Waiting*> waiting_between(double from, double to, size_t grid);
     const Event* twin_of(const Proposal& proposal) const;
+    void keep(const Proposal& proposal);
+    const Kept* echo_of(const Proposal& proposal) const;
     std::string lacking(Proposal& proposal) const;
 
     GridSet& grids_;
@@ -85,6 +97,7 @@ class Associator {
     bool running_ = false;
     double newest_ = 0.0, next_advance_ = 0.0;
     std::vector<Event> events_;
+    std::deque<Kept> kept_;  // as long as a pick may still be free around them
     std::map<std::string, long> refusals_, unknown_;
     long scans_ = 0;
     size_t most_waiting_ = 0;

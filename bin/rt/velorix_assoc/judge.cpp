@@ -116,6 +116,9 @@ std::string Associator::lacking(Proposal& proposal) const {
     if (const Event* twin = twin_of(proposal)) {
         return "the same as another event: " + iso_time(twin->time, 2);
     }
+    if (const Kept* larger = echo_of(proposal)) {
+        return "an echo of a larger event: " + iso_time(larger->solution.time, 2);
+    }
     return "";
 }
 
