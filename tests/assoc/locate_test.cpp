@@ -1,0 +1,164 @@
+// Places between and off the nodes, stations at work, and which of two grids has the say.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "associator.h"
+#include "support/tiny_grid.h"
+
+namespace velorix::assoc {
+namespace {
+
+using velorix_test::TinyGrid;
+using velorix_test::TinyGridOptions;
+
+std::vector<Station> ring(double lat, double lon, double radius, int count) {
+    std::vector<Station> out;
+    for (int i = 0; i < count; ++i) {
+        const double angle = 2.0 * kPi * i / count, r = radius * (0.4 + 0.6 * (i % 4) / 3.0);
+        Station station{
+            lat + r * std::cos(angle), lon + r * std::sin(angle), 0.2 * (i % 3), {}, i, 0};
+        snprintf(station.sta, sizeof station.sta, "S%02d", i);
+        out.push_back(station);
+    }
+    return out;
+}
+
+/// A coarse general mesh whose times come from the calculator.
+class CoarseMesh {
+  public:
+    CoarseMesh() : tiny_(ring(4.0, 4.0, 6.0, 14), options()) {
+        Velorix& grid = tiny_.grid;
+        snprintf(grid.method, sizeof grid.method, "tttaup");
+        snprintf(grid.model, sizeof grid.model, "ak135");
+        grid.ttsize = grid.nn * grid.ns * 4;
+        EXPECT_EQ(velorix_compute_travel_times(&grid, nullptr), 0);
+    }
+    Velorix& grid() { return tiny_.grid; }
+
+  private:
+    static TinyGridOptions options() {
+        TinyGridOptions options;
+        options.mode = VELORIX_MODE_GENERAL;
+        options.nx = options.ny = 9;
+        options.spacing = 1.0;
+        options.depths = {15, 60, 200};
+        return options;
+    }
+    TinyGrid tiny_;
+};
+
+TEST(OffTheNodes, AnEventIsLocatedBetweenTheNodesOfAGeneralMesh) {
+    CoarseMesh mesh;
+    GridSet grids;
+    ASSERT_TRUE(grids.add(&mesh.grid(), ParameterFile(), 1));
+    const SearchGrid& grid = grids.grids()[0];
+    const Position truth{3.42, 4.57, 104.0};
+    const RayTimes rays(mesh.grid());
+    std::vector<Waiting> waiting(static_cast<size_t>(2 * mesh.grid().ns));
+    Solution solution;
+    for (int i = 0; i < mesh.grid().ns; ++i) {
+        const Times times = rays.at(truth, i);
+        for (int k = 0; k < 2; ++k) {
+            Waiting& pick = waiting[static_cast<size_t>(2 * i + k)];
+            pick.pick.time = 1e9 + (k ? times.s : times.p);
+            solution.members.push_back({&pick, i, k ? 'S' : 'P', 0.0, 1.0, true});
+        }
+    }
+    Locator(grid, 0).locate(solution);
+    const Position found = grid.times.position(solution.spot);
+    EXPECT_LT(path_between(truth, found.lat, found.lon).delta, 0.1);
+    EXPECT_NEAR(found.depth, truth.depth, 15.0);
+    EXPECT_NEAR(solution.time, 1e9, 1.0);
+}
+
+TEST(OffTheNodes, AGridThatTheCalculatorDoesNotRepeatIsNotLeft) {
+    CoarseMesh mesh;
+    EXPECT_TRUE(GridTimes(&mesh.grid()).movable());
+    for (int64_t i = 0; i < int64_t{mesh.grid().nn} * mesh.grid().ns; ++i) {
+        mesh.grid().S_times[i] += 0.5f;
+    }
+    const GridTimes times(&mesh.grid());
+    EXPECT_FALSE(times.movable());
+    EXPECT_FALSE(times.shifted({7.0, 0.0, 0.0}, 0.5, 0.5, 0.0).free);
+}
+
+TEST(OffTheNodes, SpotsStayOnTheEarth) {
+    CoarseMesh mesh;
+    const GridTimes times(&mesh.grid());
+    const Position date_line = times.position(times.shifted({179.9, 10.0, 5.0, true}, 1, 0, -1));
+    EXPECT_NEAR(date_line.lon, -179.1, 0.2);
+    EXPECT_EQ(date_line.depth, 0.0);
+    const Position pole = times.position(times.shifted({0.0, 89.8, 5.0, true}, 0, 50, 50));
+    EXPECT_LE(pole.lat, 90.0);
+    EXPECT_LE(pole.depth, 300.0);
+}
+
+TEST(Activity, CoversTheHoursAround) {
+    Activity activity;
+    activity.add(1e9);  // 01:46:40
+    activity.add(-1.0);
+    EXPECT_TRUE(activity.near(1e9 - 6000.0));
+    EXPECT_TRUE(activity.near(1e9 + 4300.0));
+    EXPECT_FALSE(activity.near(1e9 + 4900.0));
+    EXPECT_FALSE(activity.near(1e9 - 6500.0));
+    EXPECT_FALSE(activity.near(1e9 + 86400.0));
+    EXPECT_TRUE(activity.near(10.0));
+    EXPECT_FALSE(activity.near(3700.0));
+    EXPECT_EQ(activity.picks(), 2);
+}
+
+/// Picks of one earthquake under a ring of stations.
+std::vector<Pick> picks_of(const std::vector<Station>& stations, double lat, double lon) {
+    std::vector<Pick> picks;
+    for (const Station& s : stations) {
+        const double delta = velorix_test::flat_distance(lat, lon, s.lat, s.lon);
+        for (const auto& [phase, velocity] : {std::pair{"P", 6.0}, std::pair{"S", 3.5}}) {
+            Pick pick;
+            pick.time = 1e9 + velorix_test::ray_time(delta, 8.0, velocity);
+            pick.station = s.sta;
+            pick.phase = phase;
+            picks.push_back(pick);
+        }
+    }
+    std::sort(picks.begin(), picks.end(),
+              [](const Pick& a, const Pick& b) { return a.time < b.time; });
+    return picks;
+}
+
+TEST(TwoGrids, TheFinerOnePlacesAnEventInsideItAndTheCoarserOneTheRest) {
+    const auto stations = ring(0.45, 0.45, 0.5, 14);
+    TinyGridOptions wide, fine;
+    wide.name = "wide";
+    wide.nx = wide.ny = 10;
+    wide.spacing = 0.2;
+    wide.depths = fine.depths = {4, 8, 12};
+    fine.name = "fine";
+    fine.nx = fine.ny = 19;
+    fine.spacing = 0.05;
+    TinyGrid coarse(stations, wide), inner(stations, fine);
+    coarse.grid.ttsize = coarse.grid.nn * coarse.grid.ns * 4;
+    inner.grid.ttsize = inner.grid.nn * inner.grid.ns * 4;
+    const struct {
+        double lat, lon;
+        const char* grid;
+    } cases[] = {{0.43, 0.52, "fine"}, {1.31, 1.38, "wide"}};
+    for (const auto& c : cases) {
+        GridSet grids;
+        for (Velorix* grid : {&coarse.grid, &inner.grid}) {
+            ASSERT_TRUE(grids.add(grid, ParameterFile(), 1));
+        }
+        for (SearchGrid& grid : grids.grids()) std::fill(grid.alive.begin(), grid.alive.end(), 1);
+        Associator associator(grids, ProgramRules());
+        for (const Pick& pick : picks_of(stations, c.lat, c.lon)) ASSERT_TRUE(associator.add(pick));
+        ASSERT_TRUE(associator.finish());
+        ASSERT_EQ(associator.events().size(), 1u) << c.grid;
+        EXPECT_EQ(associator.events()[0].grid, c.grid);
+        EXPECT_NEAR(associator.events()[0].lat, c.lat, 0.02);
+        EXPECT_NEAR(associator.events()[0].lon, c.lon, 0.02);
+    }
+}
+
+}  // namespace
+}  // namespace velorix::assoc
