@@ -6,8 +6,8 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: all help deps configure programs demo demo-global test bench accuracy lint install deb deb-test \
-        docs clean
+.PHONY: all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
+        deb deb-test docs clean
 
 all: configure
 	@cmake --build $(BUILD) -j $(JOBS)
@@ -17,9 +17,12 @@ help:
 	@echo 'make demo            build, then compute grids of real stations and show them'
 	@echo 'make demo-global     the same with the global source set, with time and memory'
 	@echo 'make test            build, then run every test (PRESET=asan or tsan: with sanitizers)'
+	@echo 'make threads         build with the thread sanitizer, then run the tests that run threads'
+	@echo 'make soak            10,000 scans and 200 grids in one process'
 	@echo 'make bench           build, then run every benchmark program'
 	@echo 'make accuracy        build, then compare travel times with reference tables (REFERENCE=folder)'
 	@echo 'make fuzz            build with clang, then fuzz every reader for FUZZ_S=$(FUZZ_S) seconds each'
+	@echo 'make coverage        run every test, then list the lines of lib and platform that none reaches'
 	@echo 'make lint            check the format; clang-tidy on what changed (ALL=1: on everything)'
 	@echo 'make install         build and install below PREFIX=$(PREFIX)'
 	@echo 'make deb             build Debian packages in $(BUILD)/deb (make deb-test: and try them)'
@@ -35,6 +38,15 @@ configure: deps
 
 test: all
 	@ctest --preset $(PRESET) -j $(JOBS)
+
+threads: deps
+	@cmake --preset tsan -DVELORIX_WERROR=$(WERROR) > /dev/null
+	@cmake --build --preset tsan -j $(JOBS) --target threaded_tests
+	@ctest --preset tsan -j $(JOBS) -L threads
+
+soak: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target soak
+	@$(BUILD)/bin/soak 10000 200
 
 programs: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target velorix velorix-info velorix-assoc
@@ -61,6 +73,17 @@ fuzz: deps
 	@cmake --preset fuzz -DVELORIX_WERROR=$(WERROR) > /dev/null
 	@cmake --build --preset fuzz -j $(JOBS)
 	@JOBS=$(JOBS) bash tests/fuzz/run.sh build/fuzz $(FUZZ_S)
+
+coverage: deps
+	@sh tools/install_deps.sh gcovr
+	@cmake --preset coverage -DVELORIX_WERROR=$(WERROR) > /dev/null
+	@cmake --build --preset coverage -j $(JOBS)
+	@find build/coverage -name '*.gcda' -delete
+	@ctest --preset coverage -j $(JOBS)
+	@gcovr --root . --object-directory build/coverage --filter lib/ --filter platform/ \
+	    --exclude-throw-branches --sort-uncovered --html-details build/coverage/index.html \
+	    --txt build/coverage/coverage.txt
+	@cat build/coverage/coverage.txt
 
 lint: configure
 	@bash tools/lint.sh $(BUILD)

@@ -1,7 +1,15 @@
 include(GoogleTest)
-# velorix_test(name source...): a GoogleTest program whose cases CTest lists one by one.
+# Programs whose tests run threads: what the thread sanitizer is for (`make threads`).
+add_custom_target(threaded_tests)
+# velorix_test(name [THREADS] source...): a GoogleTest program whose cases CTest lists one by one.
 function(velorix_test name)
-    add_executable(${name} ${ARGN})
+    cmake_parse_arguments(test THREADS "" "" ${ARGN})
+    add_executable(${name} ${test_UNPARSED_ARGUMENTS})
     target_link_libraries(${name} PRIVATE velorix_test_support GTest::gtest_main velorix_flags)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES TIMEOUT 300)
+    set(properties TIMEOUT 300)
+    if(test_THREADS)
+        list(APPEND properties LABELS threads)
+        add_dependencies(threaded_tests ${name})
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
 endfunction()

@@ -2,13 +2,10 @@
 // made.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <functional>
 #include <vector>
 
-#include "platform/elog/elog.h"
 #include "setupgrid/coords_file.h"
-#include "support/allocations.h"
+#include "support/fail_each_allocation.h"
 #include "support/parameters.h"
 #include "support/temp_file.h"
 
@@ -17,46 +14,7 @@ namespace {
 using velorix_test::GridPtr;
 using velorix_test::Heap;
 using velorix_test::TempFile;
-
-// The last log line, kept without allocation.
-struct LastLine {
-    LastLine() { elog_set_hook(keep, this); }
-    ~LastLine() { elog_set_hook(nullptr, nullptr); }
-    LastLine(const LastLine&) = delete;
-    LastLine& operator=(const LastLine&) = delete;
-    static void keep(int, int flag, const char* message, void* user) {
-        auto* self = static_cast<LastLine*>(user);
-        self->flag = flag;
-        strncpy(self->text, message, sizeof self->text - 1);
-    }
-    char text[256] = {};
-    int flag = -1;
-};
-
-// Runs `step` with its first, second, ... allocation failing until all of them succeed. `step`
-// gives whether it succeeded; a failure must end in a line that starts with `who`.
-void walk(const char* who, const std::function<bool()>& step) {
-    constexpr long most = 100000;
-    long failures = 0;
-    for (long n = 1; n < most; ++n) {
-        LastLine log;
-        const long before = velorix_test::allocation_count();
-        bool done = false;
-        {
-            const velorix_test::FailingAllocations failing(n);
-            done = step();
-        }
-        if (velorix_test::allocation_count() - before < n) {
-            EXPECT_TRUE(done) << log.text;
-            EXPECT_GT(failures, 0) << who << " allocates nothing";
-            return;
-        }
-        if (done) continue;  // an allocation that it can do without
-        ++failures;
-        EXPECT_TRUE(std::string(log.text).starts_with(std::string(who) + ":")) << n << log.text;
-    }
-    ADD_FAILURE() << who << " never succeeds";
-}
+using velorix_test::walk;
 
 const std::string kSites =
     "AAA     2000001       -1   10.0000    0.0000    0.0000\n"

@@ -100,14 +100,16 @@ int setup(SearchParams& sp) {
 
 extern "C" SearchParams* velorix_new_search(Velorix* grid) {
     if (!grid) return elog_log(0, "velorix_new_search: no grid.\n"), nullptr;
-    auto* sp = static_cast<SearchParams*>(std::calloc(1, sizeof(SearchParams)));
-    if (sp) sp->owned = new (std::nothrow) SearchOwned;
-    if (!sp || !sp->owned) {
-        std::free(sp);
+    try {
+        auto owned = std::make_unique<SearchOwned>();  // its members allocate as well
+        auto* sp = static_cast<SearchParams*>(std::calloc(1, sizeof(SearchParams)));
+        if (!sp) throw std::bad_alloc();
+        sp->owned = owned.release();
+        velorix::set_defaults(*sp, grid);
+        return sp;
+    } catch (const std::bad_alloc&) {
         return elog_log(1, "velorix_new_search: malloc() error.\n"), nullptr;
     }
-    velorix::set_defaults(*sp, grid);
-    return sp;
 }
 
 extern "C" int velorix_setup_search(SearchParams* sp) {
