@@ -228,5 +228,21 @@ TEST(CssCatalogue, ValuesThatDoNotFitReadBackAsNull) {
     }
 }
 
+TEST(CssCatalogue, AnUncertaintyThatIsNotKnownReadsBackAsNull) {
+    Event e = an_event();
+    e.error = {};
+    const TempFolder folder;
+    const std::string base = folder.path("cat");
+    ASSERT_TRUE(write_documents(css_documents({e}), base));
+    Dbptr db;
+    ASSERT_EQ(dbopen(base.c_str(), "r", &db), 0);
+    const Dbptr origerr = dblookup(db, nullptr, "origerr", nullptr, nullptr);
+    for (const char* name : {"sxx", "stt", "sxy"})
+        check_value(origerr, {name, 15, -999999999.9999});
+    for (const char* name : {"smajax", "strike", "sdepth", "stime"})
+        check_value(origerr, {name, 9, -1.0});
+    dbclose(&db);
+}
+
 }  // namespace
 }  // namespace velorix::assoc

@@ -73,17 +73,25 @@ std::string origin_row(const Event& e, long long number) {
     return row.text("grid", 15).text(kAuthor, 15).integer(-1, 8).text("-", 17).line();
 }
 
+// A deviation of 0 stands for one that is not known.
+double known(double value) { return value > 0.0 ? value : NAN; }
+
 std::string origerr_row(const Event& e, long long number) {
-    const auto& c = e.error.covariance;  // east, north, depth, time
+    Uncertainty error = e.error;
+    if (!(error.covariance[0][0] > 0.0)) {
+        for (auto& of_one : error.covariance) std::fill(std::begin(of_one), std::end(of_one), NAN);
+    }
+    const auto& c = error.covariance;  // east, north, depth, time
     Row row;
     row.integer(number, 8);
     for (double v : {c[0][0], c[1][1], c[2][2], c[3][3], c[0][1], c[0][2], c[1][2], c[3][0],
                      c[3][1], c[3][2]}) {
         row.real(v, 15, 4, -999999999.9999);
     }
-    row.real(e.scatter_weighted, 9, 4, -1.0).real(e.error.major, 9, 4, -1.0);
-    row.real(e.error.minor, 9, 4, -1.0).real(e.error.strike, 6, 2, -1.0);
-    row.real(e.error.depth, 9, 4, -1.0).real(e.error.time, 8, 2, -1.0);
+    row.real(e.scatter_weighted, 9, 4, -1.0).real(known(error.major), 9, 4, -1.0);
+    row.real(known(error.minor), 9, 4, -1.0);
+    row.real(error.major > 0.0 ? error.strike : NAN, 6, 2, -1.0);
+    row.real(known(error.depth), 9, 4, -1.0).real(known(error.time), 8, 2, -1.0);
     constexpr double kOneSigma = 0.683;
     return row.real(kOneSigma, 5, 3, 0.0).integer(-1, 8).text("-", 17).line();
 }

@@ -99,7 +99,7 @@ void add_quality(pugi::xml_node origin, const Event& e) {
 }
 
 void add_ellipse(pugi::xml_node origin, const Event& e) {
-    if (!std::isfinite(e.error.major) || !std::isfinite(e.error.minor)) return;
+    if (!std::isfinite(e.error.major) || !(e.error.major > 0.0)) return;  // not known
     pugi::xml_node ellipse = origin.append_child("originUncertainty");
     add_number(ellipse, "minHorizontalUncertainty", e.error.minor * kMetres, 1);
     add_number(ellipse, "maxHorizontalUncertainty", e.error.major * kMetres, 1);
