@@ -48,7 +48,8 @@ class Program : public testing::Test {
         for (const char* name : {"stations.txt", "velmodel.tvel"})
             folder_->write(name, read_file(kExample + name));
         folder_->write("velorix.toml", kGrid);
-        const Finished grid = velorix_test::run({{"velorix", "stations.txt"}, folder_->path(), {}, ""});
+        const Finished grid =
+            velorix_test::run({{"velorix", "stations.txt"}, folder_->path(), {}, ""});
         ASSERT_EQ(grid.status, 0) << grid.err;
         folder_->write("grid.vxg", grid.out);
         std::istringstream all(read_file(kExample + "picks.csv"));
