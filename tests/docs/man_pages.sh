@@ -57,7 +57,7 @@ within "keys of grids" velorix.toml.5
 within "keys of grids" parameter_file.md
 
 # Keys that velorix-assoc shows for a grid, and the columns of CSV files that it knows.
-(cd "$source/examples/assoc" && "$bin/velorix" stations.txt) > "$work/grid" 2> "$work/log"
+(cd "$source/examples/file_grid" && "$bin/velorix" ../data/demo) > "$work/grid" 2> "$work/log"
 "$bin/velorix-assoc" --grids "$work/grid" --show-parameters | sed -n 's/^\([A-Za-z_]*\) = .*/\1/p' |
     words "keys of velorix-assoc"
 page velorix-assoc.1 | words "words of velorix-assoc.1"
