@@ -11,7 +11,8 @@ extern "C" {
 
 /* ---- Shared by the units ---- */
 
-extern Hook* hook;  ///< state of the travel-time calculator, shared by every grid of the process
+extern Hook* hook;  ///< state of the travel-time calculator, shared by every grid of the process;
+                    ///< the shared library keeps it to itself
 
 /**
  * Offsets of a point from a reference point in the azimuthal equidistant frame about it.
