@@ -11,7 +11,8 @@ constexpr int64_t kMostSources = 1500;  // of a general mesh, which covers more 
 
 }  // namespace
 
-Screen::Screen(const SearchGrid& grid) : stations_(grid.times.grid().ns) {
+Screen::Screen(const SearchGrid& grid)
+    : stations_(grid.times.grid().ns), min_p_(static_cast<float>(grid.rules.min_p)) {
     choose_nodes(grid.times);
     read_times(grid);
     width_ = std::max(1.5 * smear(grid.times), 0.6 * grid.search->cluster_twin);
@@ -101,23 +102,28 @@ int64_t Screen::bin_of(double time) const {
 
 void Screen::vote(std::span<const ScreenPick> picks, int64_t first, std::span<float> votes) const {
     std::fill(votes.begin(), votes.end(), 0.0f);
-    counts_.resize(votes.size() + 1);
+    counts_.resize(votes.size() + 2);
+    p_counts_.resize(counts_.size());
     for (size_t node = 0; node < nodes_.size(); ++node) vote_at(node, picks, first, votes);
 }
 
+// counts_ begins a bin before the votes: P picks are looked for there too, which makes up for the
+// node standing off the event.
 void Screen::vote_at(size_t node, std::span<const ScreenPick> picks, int64_t first,
                      std::span<float> votes) const {
     std::fill(counts_.begin(), counts_.end(), 0.0f);
+    std::fill(p_counts_.begin(), p_counts_.end(), 0.0f);
     std::fill(last_bin_.begin(), last_bin_.end(), -1);
     const float* p = p_.data() + node * static_cast<size_t>(stations_);
     const float* s = s_.data() + node * static_cast<size_t>(stations_);
     const int64_t bins = static_cast<int64_t>(counts_.size());
     const auto add = [&](double time, int station, int phase) {
-        const int64_t bin = bin_of(time) - first;
+        const int64_t bin = bin_of(time) - first + 1;
         int64_t& last = last_bin_[2 * static_cast<size_t>(station) + static_cast<size_t>(phase)];
         if (bin < 0 || bin >= bins || last == bin) return;
         last = bin;
         counts_[static_cast<size_t>(bin)] += 1.0f;
+        if (phase == 0) p_counts_[static_cast<size_t>(bin)] += 1.0f;
     };
     for (const ScreenPick& pick : picks) {
         if (p[pick.station] < 0.0f) continue;
@@ -125,7 +131,8 @@ void Screen::vote_at(size_t node, std::span<const ScreenPick> picks, int64_t fir
         if (pick.s && s[pick.station] >= 0.0f) add(pick.time - s[pick.station], pick.station, 1);
     }
     for (size_t i = 0; i < votes.size(); ++i) {
-        votes[i] = std::max(votes[i], counts_[i] + counts_[i + 1]);
+        if (p_counts_[i] + p_counts_[i + 1] + p_counts_[i + 2] < min_p_) continue;
+        votes[i] = std::max(votes[i], counts_[i + 1] + counts_[i + 2]);
     }
 }
 

@@ -29,7 +29,8 @@ class Screen {
 
     /**
      * For every bin the largest count of picks, over the nodes, that go back to it or the next one:
-     * a station counts once as P and once as S.
+     * a station counts once as P and once as S. Nodes where too few P picks go back to these bins
+     * or the one before do not count.
      * @param[in]  picks by time
      * @param[in]  first first bin
      * @param[out] votes one a bin; overwritten
@@ -44,10 +45,11 @@ class Screen {
                  std::span<float> votes) const;
 
     int stations_ = 0;
+    float min_p_ = 0.0f;
     double width_ = 1.0;
     std::vector<int64_t> nodes_;
     std::vector<float> p_, s_;  // [node][station]; negative: out of reach
-    mutable std::vector<float> counts_;
+    mutable std::vector<float> counts_, p_counts_;
     mutable std::vector<int64_t> last_bin_;  // [station][phase]
 };
 

@@ -27,7 +27,7 @@ void Timeline::renew(double from, double to, const std::deque<Waiting>& waiting)
 }
 
 void Timeline::vote(int64_t from, int64_t to, const std::deque<Waiting>& waiting) {
-    const double start = screen_.start_of(from);
+    const double start = screen_.start_of(from - 1);
     const double end = screen_.start_of(to + 1) + grid_.rules.window;
     std::vector<ScreenPick> picks;
     const auto by_time = [](const Waiting& w, double time) { return w.pick.time < time; };
