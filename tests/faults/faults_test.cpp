@@ -80,6 +80,7 @@ class Faults : public testing::Test {
         heaps_ = made.out;
         folder_->write("grid.vxg", heaps_);
         folder_->write("picks.csv", picks_of_an_event(heaps_));
+        folder_->write("count", "");  // there before any run, so that files() only tells leftovers
     }
     static void TearDownTestSuite() { folder_.reset(); }
 
@@ -181,9 +182,7 @@ TEST_F(Faults, AssocThatCannotFinishItsFileLeavesTheEarlierOne) {
         EXPECT_EQ(finished.status, 1) << fault;
         EXPECT_THAT(finished.err, HasSubstr("velorix-assoc: cannot write '")) << fault;
         EXPECT_EQ(files(), before) << fault;
-        if (fault[0] != 'r' && std::string(fault) != "write 2") {
-            EXPECT_EQ(read_file(folder_->path("old.csv")), "earlier\n") << fault;
-        }
+        EXPECT_EQ(read_file(folder_->path("old.csv")), "earlier\n") << fault;
     }
 }
 
