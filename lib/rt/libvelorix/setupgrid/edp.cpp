@@ -190,9 +190,9 @@ bool check_node_count(const Mesh& mesh) {
 }
 
 bool set_fields(Velorix& grid, const char* name, const Mesh& mesh) {
+    if (!check_node_count(mesh)) return false;
     const int64_t srsize = mesh.positions() * static_cast<int64_t>(sizeof(Source));
-    if (!check_node_count(mesh) || !fits_size_field(kWho, "the position array", srsize))
-        return false;
+    if (!fits_size_field(kWho, "the position array", srsize)) return false;
     grid.mode = VELORIX_MODE_REGULAR;
     grid.type = mesh.type;
     grid.nx = mesh.nx;
