@@ -96,9 +96,9 @@ TEST(TravelTimes, TriplicationsGiveAllTheirArrivals) {
 
 TEST(TravelTimes, SlownessAndDepthDerivativeAreThoseOfTheTimes) {
     Calculator calculator;
-    for (const auto& [depth, distance] :
+    for (const auto& [at_depth, at_distance] :
          {std::pair{8.0, 40.0}, {300.0, 2.0}, {300.0, 75.0}, {50.0, 150.0}}) {
-        const double step = 0.005;
+        const double depth = at_depth, distance = at_distance, step = 0.005;
         const auto at = calculator.arrivals("ak135", depth, 0.0, distance);
         const auto difference = [&](char letter, double deeper, double farther) {
             const auto plus = calculator.arrivals("ak135", depth + deeper, 0.0, distance + farther);

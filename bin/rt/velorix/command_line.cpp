@@ -16,7 +16,7 @@ std::optional<CommandLine> parse_command_line(int argc, char* const* argv) {
         return std::nullopt;
     }
     int i = 1;
-    for (; i < argc && argv[i][0] == '-'; ++i) {
+    for (; i < argc && argv[i][0] == '-'; i += 2) {
         const bool pf = std::strcmp(argv[i], "-pf") == 0;
         if (!pf && std::strcmp(argv[i], "-time") != 0) {
             elog_complain(0, "Unrecognized argument '%s'.\n", argv[i]);
@@ -29,7 +29,6 @@ std::optional<CommandLine> parse_command_line(int argc, char* const* argv) {
             return std::nullopt;
         }
         (pf ? line.pfname : line.time) = argv[i + 1];
-        ++i;
     }
     if (i == argc) {
         elog_complain(0, "Need dbname argument.\n");

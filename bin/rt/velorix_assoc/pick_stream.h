@@ -22,7 +22,7 @@ struct PickSurvey {
     long bad = 0;      ///< unreadable records passed over
     long outside = 0;  ///< picks outside the time span asked for
     long label_p = 0, label_s = 0, label_other = 0, label_none = 0;
-    double first = 0.0, last = 0.0;        ///< of the picks inside the span
+    double first = 0.0, last = 0.0;            ///< of the picks inside the span
     std::map<std::string, Activity> stations;  ///< by "NET.STA"
     std::string kinds;
     long used() const { return read - outside; }

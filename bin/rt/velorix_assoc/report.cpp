@@ -137,10 +137,8 @@ std::string explanation(double time, double window, const std::vector<Event>& ev
     return out;
 }
 
-Progress::Progress(bool enabled, double first, double last, long picks)
+Progress::Progress(bool enabled, long picks)
     : enabled_(enabled && isatty(STDERR_FILENO) == 1),
-      first_(first),
-      last_(last),
       picks_(picks),
       start_(Clock::now()),
       shown_(start_) {}

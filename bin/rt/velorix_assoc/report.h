@@ -27,7 +27,7 @@ std::string explanation(double time, double window, const std::vector<Event>& ev
 /// A line on a terminal that is overwritten about three times a second; silent elsewhere.
 class Progress {
   public:
-    Progress(bool enabled, double first, double last, long picks);
+    Progress(bool enabled, long picks);
     ~Progress();
     void update(double time, size_t events);
     /// Clears the line, so that another can be written.
@@ -36,7 +36,6 @@ class Progress {
   private:
     using Clock = std::chrono::steady_clock;
     bool enabled_;
-    double first_, last_;
     long picks_, done_ = 0;
     Clock::time_point start_, shown_;
     bool visible_ = false;

@@ -78,7 +78,7 @@ double longest_window(const GridSet& grids) {
 bool associate(const Options& options, PickStream& stream, Associator& associator,
                std::vector<Trial>& trials, double window) {
     const PickSurvey& survey = stream.survey();
-    Progress progress(!options.quiet, survey.first, survey.last, survey.used());
+    Progress progress(!options.quiet, survey.used());
     associator.on_event = [&](const Event& event) {
         if (!options.verbose) return;
         progress.clear();

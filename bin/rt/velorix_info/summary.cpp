@@ -22,7 +22,7 @@ std::vector<double> distinct_depths(const Velorix& grid) {
         for (const Source& source : positions(grid)) depths.push_back(source.depth);
     }
     std::ranges::sort(depths);
-    depths.erase(std::ranges::unique(depths).begin(), depths.end());
+    depths.erase(std::unique(depths.begin(), depths.end()), depths.end());
     return depths;
 }
 
