@@ -30,8 +30,9 @@ help:
 	@echo 'make clean           remove what was built'
 	@echo 'Variables: PRESET=release|debug|asan|tsan  JOBS=n  PREFIX=dir  WERROR=ON|OFF'
 
+# Sanitizers are clang's: it builds with them in a third of the time that GCC takes.
 deps:
-	@sh tools/install_deps.sh
+	@sh tools/install_deps.sh $(if $(filter asan tsan fuzz,$(PRESET)),clang)
 
 configure: deps
 	@cmake --preset $(PRESET) -DVELORIX_WERROR=$(WERROR) > /dev/null
@@ -39,6 +40,7 @@ configure: deps
 test: all
 	@ctest --preset $(PRESET) -j $(JOBS)
 
+threads: PRESET = tsan
 threads: deps
 	@cmake --preset tsan -DVELORIX_WERROR=$(WERROR) > /dev/null
 	@cmake --build --preset tsan -j $(JOBS) --target threaded_tests
@@ -68,11 +70,11 @@ accuracy: all
 	    $(BUILD)/bin/velorix-accuracy $(REFERENCE)
 
 FUZZ_S ?= 60
+fuzz: PRESET = fuzz
 fuzz: deps
-	@sh tools/install_deps.sh clang
 	@cmake --preset fuzz -DVELORIX_WERROR=$(WERROR) > /dev/null
 	@cmake --build --preset fuzz -j $(JOBS)
-	@JOBS=$(JOBS) bash tests/fuzz/run.sh build/fuzz $(FUZZ_S)
+	@JOBS=$(JOBS) bash tests/fuzz/run.sh build/asan $(FUZZ_S)
 
 coverage: deps
 	@sh tools/install_deps.sh gcovr
@@ -85,8 +87,10 @@ coverage: deps
 	    --txt build/coverage/coverage.txt
 	@cat build/coverage/coverage.txt
 
-lint: configure
-	@bash tools/lint.sh $(BUILD)
+# clang-tidy cannot read GCC's precompiled headers.
+lint: deps
+	@cmake --preset release -B build/lint -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON > /dev/null
+	@bash tools/lint.sh build/lint
 
 # The prefix is configured too: programs of others that link the libraries look for the share folder
 # there when it does not lie beside them.

@@ -9,5 +9,9 @@ target_compile_options(velorix_flags INTERFACE
     $<$<BOOL:${VELORIX_WERROR}>:-Werror>)
 if(VELORIX_SANITIZE)
     add_compile_options(-fsanitize=${VELORIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    # C programs are linked without the part of clang's runtime that checks C++ types.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        add_compile_options(-fno-sanitize=vptr,function)
+    endif()
     add_link_options(-fsanitize=${VELORIX_SANITIZE})
 endif()

@@ -1,11 +1,17 @@
 include(GoogleTest)
 # Programs whose tests run threads: what the thread sanitizer is for (`make threads`).
 add_custom_target(threaded_tests)
+# What every test includes is compiled once: it takes half of a test's compilation otherwise.
+file(CONFIGURE OUTPUT test_headers.cpp CONTENT "int main() {}\n")
+add_executable(velorix_test_headers ${CMAKE_CURRENT_BINARY_DIR}/test_headers.cpp)
+target_link_libraries(velorix_test_headers PRIVATE GTest::gmock velorix_flags)
+target_precompile_headers(velorix_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 # velorix_test(name [THREADS] source...): a GoogleTest program whose cases CTest lists one by one.
 function(velorix_test name)
     cmake_parse_arguments(test THREADS "" "" ${ARGN})
     add_executable(${name} ${test_UNPARSED_ARGUMENTS})
     target_link_libraries(${name} PRIVATE velorix_test_support GTest::gtest_main velorix_flags)
+    target_precompile_headers(${name} REUSE_FROM velorix_test_headers)
     set(properties TIMEOUT 300)
     if(test_THREADS)
         list(APPEND properties LABELS threads)

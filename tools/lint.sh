@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Checks the format of every tracked C and C++ file, and runs clang-tidy over what has changed.
-# Usage: lint.sh [BUILD_DIR]   (a configured build tree; default build/release)
+# Usage: lint.sh [BUILD_DIR]   (a configured build tree; default build/lint)
 #   ALL=1          every source file
 #   LINT_BASE=REV  changes since REV; default: since the branch left origin/main, on main itself the
 #                  last commit. Uncommitted changes count, and so do sources that include a changed
 #                  header.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build=${1:-build/release}
+build=${1:-build/lint}
 jobs=${JOBS:-$(nproc)}
 sh tools/install_deps.sh clang-format clang-tidy
 
