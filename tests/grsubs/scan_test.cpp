@@ -194,9 +194,9 @@ TEST_F(ScanTest, WorkersThatDoNotCompleteFailTheScan) {
     std::memset(grid_.grid.name, 'n', sizeof grid_.grid.name);
     LogCapture log;
     EXPECT_EQ(-1, Scan(*search_, picks_.stao_tbl).result);
-    EXPECT_EQ("velorix_scan_grid_comp: pmtcomp_processthreads(ret=1) error for grid " +
-                  std::string(64, 'n') + ".\n",
-              log.messages()[0]);
+    std::string failure = "velorix_scan_grid_comp: pmtcomp_processthreads(ret=1) error for grid ";
+    failure.append(64, 'n').append(".\n");
+    EXPECT_EQ(failure, log.messages()[0]);
     EXPECT_EQ("velorix_scan_grid: velorix_scan_grid_comp() error.\n", log.messages()[1]);
 }
 
