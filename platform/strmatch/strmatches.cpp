@@ -53,10 +53,12 @@ class Atoms {
             last_ = 0;
         } else if (c == ')' && groups_.size() > 1) {
             close();
-        } else if (c == '+') {
+        } else if (last_ > 0 && c == '+') {
             last_ = bounded(2 * last_);
-        } else if (c == '{') {
+        } else if (last_ > 0 && c == '{') {
             repeat();
+        } else if (last_ > 0 && (c == '*' || c == '?')) {
+            // not written out
         } else {
             if (c == '\\' && *at_) ++at_;
             if (c == '[') skip_set();

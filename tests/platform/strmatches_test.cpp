@@ -63,7 +63,8 @@ TEST(Strmatches, BadPatternIsAnErrorWithItsReason) {
 TEST(Strmatches, PatternThatRepeatsTooMuchIsRefused) {
     LogCapture log;
     for (const std::string& pattern :
-         {"a" + std::string(30, '+'), std::string("((a{200}){200}){200}"),
+         {"a" + std::string(30, '+'), std::string(30, '+'), "a+++++++*" + std::string(12, '+'),
+          "a+++++++?" + std::string(12, '+'), std::string("((a{200}){200}){200}"),
           std::string("[]+]{3000}"), std::string("(((a+)+b)+){400}")}) {
         EXPECT_EQ(-1, strmatches("a", pattern.c_str(), nullptr)) << pattern;
         EXPECT_EQ("strmatches: pattern '" + pattern + "' repeats too much.\n",
