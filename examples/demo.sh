@@ -4,15 +4,16 @@
 #   sh examples/demo.sh global    the global utele grid too, with time and memory
 # VELORIX_BIN names the folder of the programs (default: the release build, else the search path).
 set -eu
-root=$(cd "$(dirname "$0")/.." && pwd)
-bin=${VELORIX_BIN:-$root/build/release/bin}
+here=$(cd "$(dirname "$0")" && pwd)
+bin=${VELORIX_BIN:-$here/../build/release/bin}
 [ -x "$bin/velorix" ] || bin=$(dirname "$(command -v velorix)")
+bin=$(cd "$bin" && pwd)
 out=${VELORIX_DEMO_OUT:-$PWD/demo-out}
 mkdir -p "$out"
 
 # compute FOLDER FILE: the grids of examples/FOLDER/velorix.toml into a file that is not yet complete.
 compute() {
-    cd "$root/examples/$1" && exec "$bin/velorix" ../data/demo > "$out/$2.part"
+    cd "$here/$1" && exec "$bin/velorix" ../data/demo > "$out/$2.part"
 }
 
 # keep FILE STATUS: the file, whole or not at all.
@@ -69,6 +70,6 @@ echo
 
 # From stations and picks to a catalogue of real events.
 echo
-VELORIX_BIN=$bin sh "$root/examples/assoc/run.sh" "$out"
+VELORIX_BIN=$bin sh "$here/assoc/run.sh" "$out"
 echo
 echo "The grids are in $out. Next: docs/tutorial.md"

@@ -3,13 +3,14 @@
 #   sh examples/assoc/run.sh [OUTPUT_FOLDER]
 # VELORIX_BIN names the folder of the programs (default: the release build, else the search path).
 set -eu
-root=$(cd "$(dirname "$0")/../.." && pwd)
-bin=${VELORIX_BIN:-$root/build/release/bin}
+here=$(cd "$(dirname "$0")" && pwd)
+bin=${VELORIX_BIN:-$here/../../build/release/bin}
 [ -x "$bin/velorix" ] || bin=$(dirname "$(command -v velorix)")
+bin=$(cd "$bin" && pwd)
 out=${1:-demo-out}
 mkdir -p "$out"
 out=$(cd "$out" && pwd)
-cd "$root/examples/assoc"
+cd "$here"
 echo "== examples/assoc/velorix.toml -> italy.vxg"
 "$bin/velorix" stations.txt > "$out/italy.vxg.part" 2> "$out/italy.log" || {
     cat "$out/italy.log" >&2
