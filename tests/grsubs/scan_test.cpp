@@ -4,6 +4,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "support/log_capture.h"
 #include "support/tiny_grid.h"
@@ -169,6 +170,23 @@ TEST_F(ScanTest, ScorePlotHoldsTheLastFullPass) {
     EXPECT_FLOAT_EQ(0.6F, search_->x_buffer[6]);
     EXPECT_FLOAT_EQ(0.4F, search_->y_buffer[4]);
     search_->bugrid_filename = nullptr;
+}
+
+TEST_F(ScanTest, APassOverEachDepthHoldsTheBestNode) {
+    set_up({.ix = 4, .iy = 3, .id = 1, .noise = 0.05});
+    const Scan scan(*search_, picks_.stao_tbl);
+    for (int32_t depth = 0; depth < 3; ++depth) {
+        double f = 0, ncluster = 0, std = 0, time = 0, zmax = 0;
+        int32_t ix = -9, iy = -9;
+        ASSERT_EQ(0, velorix_scan_grid_comp(search_.sp, picks_.stao_tbl, depth, &f, &ncluster, &std,
+                                            &time, &ix, &iy, &zmax));
+        if (depth == 1) {
+            EXPECT_EQ(std::tie(scan.f, scan.time, scan.ix, scan.iy), std::tie(f, time, ix, iy));
+            EXPECT_EQ(scan.f, zmax);
+        } else {
+            EXPECT_LT(zmax, scan.f);
+        }
+    }
 }
 
 TEST_F(ScanTest, SingleAndThreadedScansTakeTurns) {
