@@ -103,6 +103,10 @@ class Problem {
     void set_options() {
         SearchParams& sp = *search;
         sp.cluster_twin = random_.one_of({0.1, 0.5, 2.0, 7.0});
+        if (random_.chance(0.1)) {
+            origin_ = 1e15;  // such times come in steps of 1/8 s
+            sp.cluster_twin = 0.13;
+        }
         sp.cluster_prewin = random_.one_of({0.0, 0.5, 2.0, 30.0});
         sp.try_S = grid().S_times ? random_.number(0, 1) : 0;
         sp.closest_stations = random_.chance(0.2) ? random_.number(1, 12) : 0;
@@ -118,7 +122,8 @@ class Problem {
     void set_curves(SearchParams& sp) {
         const double reach = random_.one_of({0.3, 0.6, 2.0});
         const double end = random_.one_of({0.0, 0.25});
-        curve_ = {{0.1, 1.0, (end - 1) / (reach - 0.1)}, {reach, end, 0}};
+        const double sign = random_.chance(0.1) ? -1 : 1;
+        curve_ = {{0.1, sign, sign * (end - 1) / (reach - 0.1)}, {reach, sign * end, 0}};
         if (random_.chance(0.8)) sp.use_dwt = 2;
         if (random_.chance(0.8)) sp.use_dwts = 2;
         sp.p_weights = sp.s_weights = curve_.data();
@@ -144,13 +149,13 @@ class Problem {
             velorix_get_ttimes(&g, is, ix, iy, id, &p, &s);
             for (const double travel : {p, s}) {
                 if (!random_.chance(share) || !std::isfinite(travel)) continue;
-                add_pick(is, kOrigin + travel + random_.real(-scatter, scatter));
+                add_pick(is, origin_ + travel + random_.real(-scatter, scatter));
             }
         }
         const double span = random_.one_of({10.0, 100.0, 1e4, 1e8});
         const int noise = random_.number(g.ns > 3 ? 0 : 1, 60);
         for (int i = 0; i < noise; ++i) {
-            add_pick(random_.number(0, g.ns - 1), kOrigin + random_.real(-span, span));
+            add_pick(random_.number(0, g.ns - 1), origin_ + random_.real(-span, span));
         }
     }
 
@@ -163,12 +168,13 @@ class Problem {
         const bool uniform = random_.chance(0.5);
         for (int i = 0; !uniform && i < maxtbl(picks.stao_tbl); ++i) {
             StationObs& station = picks.listed(i);
-            station.p_weight_initial = random_.one_of({1.0, 0.5, 0.0, random_.real(0, 3)});
-            station.s_weight_initial = random_.one_of({1.0, 0.5, 0.0, random_.real(0, 3)});
+            station.p_weight_initial = random_.one_of({1.0, 0.5, 0.0, -1.0, random_.real(0, 3)});
+            station.s_weight_initial = random_.one_of({1.0, 0.5, 0.0, -1.0, random_.real(0, 3)});
         }
     }
 
     Random random_;
+    double origin_ = kOrigin;
     bool coarse_ = false;
     char plot_[5] = "plot";
     std::vector<weights_> curve_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numeric>
 #include <tuple>
 
@@ -10,6 +11,8 @@ namespace {
 
 // Differences of two arrivals and a travel time stay far from the ends of 32 bits.
 constexpr double kMostTicks = 1 << 29;
+
+constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 
 // A float counts them one by one.
 constexpr size_t kMostCandidates = 1 << 23;
@@ -22,7 +25,8 @@ bool ScanCandidates::build(const SearchParams& sp, std::span<StationObs* const> 
     return true;
 }
 
-// The conditions are those of one node's search, but for the weights: a curve may change them.
+// The conditions are those of one node's search, but for the weights: a curve may change them, even
+// their sign.
 bool ScanCandidates::list(const SearchParams& sp, std::span<StationObs* const> stations) {
     slots.clear();
     listed_.clear();
@@ -37,8 +41,11 @@ bool ScanCandidates::list(const SearchParams& sp, std::span<StationObs* const> s
 
 void ScanCandidates::list_station(const SearchParams& sp, StationObs& station) {
     const auto number = static_cast<int32_t>(slots.size());
-    const bool try_p = station.p_weight_initial > 0;
-    const bool try_s = station.s_weight_initial > 0 && sp.try_S != 0;
+    const auto counts = [curves = sp.use_dwt != 0 || sp.use_dwts != 0](double weight) {
+        return weight > 0 || (curves && weight < 0);
+    };
+    const bool try_p = counts(station.p_weight_initial);
+    const bool try_s = counts(station.s_weight_initial) && sp.try_S != 0;
     for (int i = 0; i < station.nobs; ++i) {
         const sta_obs2& obs = *station.obs[i];
         const bool p = try_p && obs.useforP != 0;
@@ -65,6 +72,9 @@ bool ScanCandidates::set_ticks(double cluster_twin) {
         last = std::max(last, c.time);
     }
     if (!((last - first) * ticks_per_second < kMostTicks)) return false;
+    // One node's search subtracts travel times from epoch seconds; its steps must be small too.
+    const double step = std::max(std::abs(first), std::abs(last)) * kEpsilon;
+    if (!(step * ticks_per_second < 1)) return false;
     arrival.resize(listed_.size());
     for (size_t k = 0; k < listed_.size(); ++k) {
         arrival[k] = static_cast<int32_t>((listed_[k].time - first) * ticks_per_second);
