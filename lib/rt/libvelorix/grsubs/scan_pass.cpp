@@ -229,8 +229,9 @@ int scan_depth(SearchParams& sp, Tbl* stao_tbl, int32_t depth, double reached, P
 extern "C" int64_t velorix_comp_sub(int32_t ioffset, int32_t number, void* user_data) {
     auto& thread = *static_cast<SearchThread*>(user_data);
     velorix::clear_best(thread);
-    const int mode = thread.sp->velorix->mode;
-    if (mode != VELORIX_MODE_GENERAL && mode != VELORIX_MODE_REGULAR) return 0;
+    const Velorix& grid = *thread.sp->velorix;
+    const bool regular = grid.mode == VELORIX_MODE_REGULAR && grid.nx > 0;
+    if (grid.mode != VELORIX_MODE_GENERAL && !regular) return 0;
     if (velorix::PiecePass(thread, ioffset, number).run()) return 0;
     elog_complain(0, "velorix_comp_sub: node_backproj_3dgrid() error.\n");
     return -1;

@@ -27,7 +27,7 @@ class HighScoreSample {
         if (piece_.columns > 0) {
             sample_mesh();
         } else {
-            for (int32_t k = kStride / 2; k < piece_.number; k += kStride * kStride) {
+            for (int64_t k = kStride / 2; k < piece_.number; k += kStride * kStride) {
                 look(piece_.first + k);
             }
         }
