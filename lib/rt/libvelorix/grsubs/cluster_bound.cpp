@@ -55,18 +55,14 @@ class SlidingGroups {
     Sum net_ = 0;
 };
 
-/// Gives every group the weight of its candidates; false when they differ, or one is negative or so
-/// large that sums of them overflow.
+/// Gives every group the weight of its candidates; false when they differ or one is negative.
 bool set_group_weights(const Candidates& in, ClusterScratch& scratch) {
     constexpr double kUnset = -1;
-    constexpr double kLargest = 1e290;
     std::fill_n(scratch.presence.begin(), in.ngroups, Presence{0, 0, in.weight ? kUnset : 1.0});
     if (!in.weight) return true;
     for (int i = 0; i < in.n; ++i) {
         double& weight = scratch.presence[size_t(in.group[i])].weight;
-        if (!(in.weight[i] >= 0 && in.weight[i] <= kLargest) ||
-            (weight != kUnset && weight != in.weight[i]))
-            return false;
+        if (!(in.weight[i] >= 0) || (weight != kUnset && weight != in.weight[i])) return false;
         weight = in.weight[i];
     }
     return true;
