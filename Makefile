@@ -14,6 +14,7 @@ all: configure
 
 help:
 	@echo 'make                 build the tool and the libraries in $(BUILD)'
+	@echo 'make programs        build velorix, velorix-info and velorix-assoc alone'
 	@echo 'make demo            build, then compute grids of real stations and show them'
 	@echo 'make demo-global     the same with the global source set, with time and memory'
 	@echo 'make test            build, then run every test (PRESET=asan or tsan: with sanitizers)'

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "associator.h"
+#include "support/log_capture.h"
 #include "support/tiny_grid.h"
 
 namespace velorix::assoc {
@@ -79,8 +80,11 @@ TEST(OffTheNodes, AGridThatTheCalculatorDoesNotRepeatIsNotLeft) {
     for (int64_t i = 0; i < int64_t{mesh.grid().nn} * mesh.grid().ns; ++i) {
         mesh.grid().S_times[i] += 0.5f;
     }
+    const velorix_test::LogCapture log;
     const GridTimes times(&mesh.grid());
     EXPECT_FALSE(times.movable());
+    ASSERT_EQ(1u, log.count());
+    EXPECT_NE(std::string::npos, log.messages()[0].find("model ak135, as found here"));
     EXPECT_FALSE(times.shifted({7.0, 0.0, 0.0}, 0.5, 0.5, 0.0).free);
 }
 

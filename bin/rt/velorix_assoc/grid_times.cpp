@@ -4,6 +4,8 @@
 #include <cmath>
 
 #include "platform/geodesy/geodesy.h"
+#include "support/text.h"
+#include "text.h"
 
 namespace velorix::assoc {
 namespace {
@@ -61,7 +63,14 @@ void GridTimes::follow_rays() {
     constexpr double kBelow = 100.0;  // km under the deepest source
     if (grid_->method[0] == '\0') return;
     auto rays = std::make_unique<RayTimes>(*grid_);
-    if (!rays->agrees()) return;
+    if (!rays->agrees()) {
+        const NameText name(grid_->name), model(grid_->model);
+        complain(
+            format("grid %s: model %s, as found here, does not give its times: events stay on "
+                   "its nodes",
+                   name.text, model.text));
+        return;
+    }
     rays_ = std::move(rays);
     for (int32_t i = 0; i < grid_->nh; ++i) {
         deepest_ = std::max(deepest_, grid_->sources[i].depth + kBelow);
