@@ -33,7 +33,7 @@ help:
 
 # Sanitizers are clang's: it builds with them in a third of the time that GCC takes.
 deps:
-	@sh tools/install_deps.sh $(if $(filter asan tsan fuzz,$(PRESET)),clang)
+	@sh tools/install_deps.sh $(if $(filter asan tsan fuzz,$(PRESET)),clang libclang-rt-dev)
 
 configure: deps
 	@cmake --preset $(PRESET) -DVELORIX_WERROR=$(WERROR) > /dev/null
