@@ -10,6 +10,7 @@ namespace {
 
 template <class T>
 bool resize_array(T*& array, const char* what, int count) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): T is a pointer in arrays of pointers.
     const size_t bytes = static_cast<size_t>(count) * sizeof(T);
     const bool fresh = array == nullptr;
     void* memory = std::realloc(array, bytes ? bytes : 1);

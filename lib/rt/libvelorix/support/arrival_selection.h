@@ -36,12 +36,13 @@ inline bool qualifies_as_S(const char* phase, double distance) {
 template <class Qualifies>
 double first_arrival(const Tbl* times, double distance, Qualifies qualifies) {
     const int count = maxtbl(times);
-    const TTTime* arrival = nullptr;
+    double time = 0.0;
     for (int i = 0; i < count; ++i) {
-        arrival = static_cast<const TTTime*>(gettbl(times, i));
-        if (qualifies(arrival->phase, distance)) break;
+        const auto& arrival = *static_cast<const TTTime*>(gettbl(times, i));
+        time = arrival.value;
+        if (qualifies(arrival.phase, distance)) break;
     }
-    return arrival->value;
+    return time;
 }
 
 }  // namespace velorix

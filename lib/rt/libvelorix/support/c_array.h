@@ -26,6 +26,7 @@ using CArray = std::unique_ptr<T[], Free>;
 /// REQUIRES: count * sizeof(T) fits a size_t.
 template <class T>
 CArray<T> make_c_array(size_t count) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): T is a pointer in arrays of pointers.
     return CArray<T>(static_cast<T*>(c_allocate(count * sizeof(T))));
 }
 
