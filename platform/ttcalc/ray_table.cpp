@@ -65,19 +65,19 @@ void RayTable::add_turning_blocks(const EarthModel& model, int index) {
     const double depth =
         kEarthRadius - 0.5 * (profile_.radius(layer.first_shell) + profile_.radius(top_level));
     // The layer's range falls apart where part of its rays stays below some lid.
-    for (double high = top, next = low; high > low; high = next) {
+    for (double rest = top; rest > low;) {
+        const double high = rest;
         const int reach = reach_of(top_level, high);
         const bool emerges = reach + 1 == profile_.levels();
-        if (emerges) {
-            next = low;
-        } else {
+        rest = low;
+        if (!emerges) {
             const Shell& lid = profile_.shell(reach);
-            next = std::max(low, std::min(lid.bottom.eta, lid.top.eta));
+            rest = std::max(low, std::min(lid.bottom.eta, lid.top.eta));
         }
         const bool in_core = top_level <= profile_.cmb_level;
         if (in_core && reach <= profile_.cmb_level) continue;
         if (!emerges && blocks_.size() > kMostBuriedBlocks) continue;
-        add_block({RayKind::kTurning, branch_at(model, depth), index, top_level, reach, next, high,
+        add_block({RayKind::kTurning, branch_at(model, depth), index, top_level, reach, rest, high,
                    0, 0, 0.0, 0.0});
     }
 }

@@ -18,7 +18,8 @@ using velorix_test::ray_time;
 std::vector<Station> network() {
     std::vector<Station> out;
     for (int i = 0; i < 16; ++i) {
-        Station station{0.13 + 0.2 * (i / 4) + 0.03 * (i % 3), 0.11 + 0.2 * (i % 4), 0.0, {}, i, 0};
+        const int row = i / 4;
+        Station station{0.13 + 0.2 * row + 0.03 * (i % 3), 0.11 + 0.2 * (i % 4), 0.0, {}, i, 0};
         snprintf(station.sta, sizeof station.sta, "S%02d", i);
         out.push_back(station);
     }

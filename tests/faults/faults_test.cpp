@@ -16,7 +16,6 @@ namespace velorix_test {
 namespace {
 
 using testing::HasSubstr;
-using testing::StartsWith;
 using Words = std::vector<std::string>;
 
 constexpr const char* kStations =

@@ -13,7 +13,6 @@
 
 namespace {
 
-using testing::ElementsAre;
 using velorix_test::GridPtr;
 using velorix_test::LogCapture;
 using velorix_test::parameters;
@@ -99,7 +98,7 @@ std::string demo_as_sqlite(const velorix_test::TempFolder& folder) {
         statements += "INSERT INTO site VALUES ('" + sta + "'," + ondate + "," + offdate + "," +
                       lat + "," + lon + "," + elev + ");";
     }
-    const std::string path = folder.path("demo.sqlite");
+    std::string path = folder.path("demo.sqlite");
     sqlite3* database = nullptr;
     EXPECT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
     EXPECT_EQ(sqlite3_exec(database, (statements + "COMMIT;").c_str(), nullptr, nullptr, nullptr),

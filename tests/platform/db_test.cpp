@@ -57,7 +57,7 @@ void execute(sqlite3* database, const std::string& statement) {
 }
 
 std::string sqlite_file(const TempFolder& folder, const std::vector<std::string>& statements) {
-    const std::string path = folder.path("stations.db");
+    std::string path = folder.path("stations.db");
     sqlite3* database = nullptr;
     EXPECT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
     for (const std::string& statement : statements) execute(database, statement);

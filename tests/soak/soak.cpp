@@ -99,6 +99,7 @@ class Scans {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): what cannot be prepared may end it.
 int main(int argc, char** argv) {
     if (argc != 3) return std::fputs("usage: soak SCANS GRIDS\n", stderr), 2;
     const int scans = std::atoi(argv[1]), grids = std::atoi(argv[2]);
