@@ -41,7 +41,7 @@ This package has the shared library.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvelorix-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "${runtime} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}), libsqlite3-dev")
+    "${runtime} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}), libsqlite3-dev, libpcre2-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${about}
 This package has the headers, the static library, and the files with which
 CMake and pkg-config find both.")

@@ -2,7 +2,7 @@
 # Installs, through apt-get, the Debian packages that the build needs and that are missing.
 # Usage: install_deps.sh [PACKAGE...]   (further packages beside those of the build)
 set -u
-need="g++ cmake make pkg-config libtomlplusplus-dev libsqlite3-dev libgtest-dev libgmock-dev libbenchmark-dev
+need="g++ cmake make pkg-config libtomlplusplus-dev libsqlite3-dev libpcre2-dev libgtest-dev libgmock-dev libbenchmark-dev
 nlohmann-json3-dev libpugixml-dev libcli11-dev libxml2-utils man-db"
 
 if ! command -v dpkg-query >/dev/null 2>&1; then

@@ -1,147 +1,105 @@
 #include "platform/strmatch/strmatches.h"
 
-#include <regex.h>
+#define PCRE2_CODE_UNIT_WIDTH 8
+#include <pcre2.h>
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <string>
-#include <vector>
 
 #include "platform/elog/elog.h"
 
 namespace {
 
+template <auto release>
+struct Released {
+    template <class T>
+    void operator()(T* held) const {
+        release(held);
+    }
+};
+template <class T, auto release>
+using Held = std::unique_ptr<T, Released<release>>;
+
 struct Compiled {
     std::string pattern;
-    regex_t regex{};
-
-    explicit Compiled(const char* text) : pattern(text) {}
-    ~Compiled() {
-        if (ready) regfree(&regex);
-    }
-    Compiled(const Compiled&) = delete;
-    Compiled& operator=(const Compiled&) = delete;
-
-    bool ready = false;
+    Held<pcre2_match_context, pcre2_match_context_free> limits;
+    Held<pcre2_code, pcre2_code_free> code;
+    Held<pcre2_match_data, pcre2_match_data_free> found;
 };
 
 void release_compiled(void* state) { delete static_cast<Compiled*>(state); }
 
-// The compiler writes repeats out ("a+" as "aa*", "a{9}" nine times), one in another: "a++++" has
-// 32 of its atom, and a line of pluses takes all memory there is.
-constexpr long kMostAtoms = 2000;
+// Steps of one match: no pattern of use needs a thousand, and one made to try every way of cutting
+// the text into pieces ends within some hundredths of a second.
+constexpr uint32_t kMostSteps = 1'000'000;
 
-/// How many atoms a pattern has with its repeats written out, at most kMostAtoms + 1.
-class Atoms {
-  public:
-    explicit Atoms(const char* pattern) : at_(pattern) {}
-    long count() {
-        while (*at_) take(*at_++);
-        while (groups_.size() > 1) close();
-        return bounded(groups_.back() + last_);
-    }
+// Characters are bytes, a dot is any of them, and the whole text has to match.
+constexpr uint32_t kOptions = PCRE2_ANCHORED | PCRE2_ENDANCHORED | PCRE2_DOTALL |
+                              PCRE2_DOLLAR_ENDONLY | PCRE2_NO_AUTO_CAPTURE | PCRE2_NEVER_UTF;
 
-  private:
-    static long bounded(long atoms) { return std::min(atoms, kMostAtoms + 1); }
+void* allocate(size_t size, void*) { return ::operator new(size, std::nothrow); }
+void release(void* block, void*) { ::operator delete(block); }
 
-    void take(char c) {
-        if (c == '(') {
-            atom();
-            groups_.push_back(0);
-            last_ = 0;
-        } else if (c == ')' && groups_.size() > 1) {
-            close();
-        } else if (last_ > 0 && c == '+') {
-            last_ = bounded(2 * last_);
-        } else if (last_ > 0 && c == '{') {
-            repeat();
-        } else if (last_ > 0 && (c == '*' || c == '?')) {
-            // not written out
-        } else {
-            if (c == '\\' && *at_) ++at_;
-            if (c == '[') skip_set();
-            atom();
-        }
+struct Reason {
+    explicit Reason(int error) {
+        pcre2_get_error_message(error, reinterpret_cast<PCRE2_UCHAR*>(text), sizeof text);
     }
-    void atom() {
-        groups_.back() = bounded(groups_.back() + last_);
-        last_ = 1;
-    }
-    void close() {
-        last_ = bounded(groups_.back() + last_ + 1);
-        groups_.pop_back();
-    }
-    void repeat() {
-        long most = 1;
-        for (; *at_ && *at_ != '}'; ++at_) {
-            long number = 0;
-            for (; *at_ >= '0' && *at_ <= '9'; ++at_) number = bounded(10 * number + (*at_ - '0'));
-            most = std::max(most, number);
-            if (*at_ != ',') break;
-        }
-        last_ = bounded(last_ * (most + 1));
-    }
-    // The first character of a set, after a "^", may be its "]".
-    void skip_set() {
-        if (*at_ == '^') ++at_;
-        if (*at_) ++at_;
-        while (*at_ && *at_ != ']') ++at_;
-        if (*at_) ++at_;
-    }
-
-    const char* at_;
-    std::vector<long> groups_{0};  // atoms before the last one, group in group
-    long last_ = 0;                // of the last atom, which a repeat multiplies
+    char text[256] = "";
 };
 
-// The bounds keep the expression parser's recursion and memory small.
+template <class T>
+T* require(T* held) {
+    return held ? held : throw std::bad_alloc();
+}
+
+/// Null, after a logged line, when the pattern is none.
+/// THROWS: std::bad_alloc
 std::unique_ptr<Compiled> compile(const char* pattern) {
-    if (std::strlen(pattern) > STRMATCHES_LONGEST_PATTERN) {
-        elog_log(0, "strmatches: pattern of %zu characters is longer than %d.\n",
-                 std::strlen(pattern), STRMATCHES_LONGEST_PATTERN);
-        return nullptr;
+    auto compiled = std::make_unique<Compiled>();
+    compiled->pattern = pattern;
+    const Held<pcre2_general_context, pcre2_general_context_free> memory(
+        require(pcre2_general_context_create(allocate, release, nullptr)));
+    const Held<pcre2_compile_context, pcre2_compile_context_free> context(
+        require(pcre2_compile_context_create(memory.get())));
+    compiled->limits.reset(require(pcre2_match_context_create(memory.get())));
+    pcre2_set_match_limit(compiled->limits.get(), kMostSteps);
+
+    int error = 0;
+    PCRE2_SIZE at = 0;
+    compiled->code.reset(pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern), PCRE2_ZERO_TERMINATED,
+                                       kOptions, &error, &at, context.get()));
+    if (compiled->code) {
+        compiled->found.reset(require(pcre2_match_data_create(1, memory.get())));
+        return compiled;
     }
-    if (Atoms(pattern).count() > kMostAtoms) {
-        elog_log(0, "strmatches: pattern '%s' repeats too much.\n", pattern);
-        return nullptr;
-    }
-    auto compiled = std::make_unique<Compiled>(pattern);
-    const int error = regcomp(&compiled->regex, pattern, REG_EXTENDED);
-    if (error != 0) {
-        char reason[256];
-        regerror(error, &compiled->regex, reason, sizeof reason);
-        elog_log(0, "strmatches: bad pattern '%s': %s.\n", pattern, reason);
-        return nullptr;
-    }
-    compiled->ready = true;
-    return compiled;
+    if (error == PCRE2_ERROR_HEAP_FAILED) throw std::bad_alloc();
+    elog_log(0, "strmatches: bad pattern '%s': %s.\n", pattern, Reason(error).text);
+    return nullptr;
 }
 
-// A match is leftmost and longest, so it spans the text whenever the whole text can match.
+/// THROWS: std::bad_alloc
 int match(const Compiled& compiled, const char* text) {
-    regmatch_t span[1];
-    const int result = regexec(&compiled.regex, text, 1, span, 0);
-    if (result == REG_NOMATCH) return 0;
-    if (result != 0) {
-        char reason[256];
-        regerror(result, &compiled.regex, reason, sizeof reason);
-        return elog_log(0, "strmatches: '%s' against '%s': %s.\n", text, compiled.pattern.c_str(),
-                        reason),
-               -1;
-    }
-    return span[0].rm_so == 0 && static_cast<size_t>(span[0].rm_eo) == std::strlen(text);
+    const int result =
+        pcre2_match(compiled.code.get(), reinterpret_cast<PCRE2_SPTR>(text), std::strlen(text), 0,
+                    0, compiled.found.get(), compiled.limits.get());
+    if (result >= 0) return 1;
+    if (result == PCRE2_ERROR_NOMATCH) return 0;
+    if (result == PCRE2_ERROR_NOMEMORY) throw std::bad_alloc();
+    return elog_log(0, "strmatches: '%s' against '%s': %s.\n", text, compiled.pattern.c_str(),
+                    Reason(result).text),
+           -1;
 }
 
+/// THROWS: std::bad_alloc
 int match_keeping(const char* text, const char* pattern, Hook** hook) {
     auto* known = static_cast<Compiled*>(hookstate(*hook));
     if (known && known->pattern == pattern) return match(*known, text);
     auto compiled = compile(pattern);
     if (!compiled) return -1;
     const int result = match(*compiled, text);
-    Hook* fresh = newhook(compiled.get(), release_compiled);
-    if (!fresh) throw std::bad_alloc();
+    Hook* fresh = require(newhook(compiled.get(), release_compiled));
     compiled.release();
     freehook(hook);
     *hook = fresh;

@@ -8,20 +8,18 @@
 extern "C" {
 #endif
 
-/** Characters. */
-enum { STRMATCHES_LONGEST_PATTERN = 1023 };
-
 /**
  * Whether a pattern matches the whole of a text ("BH" does not match "BHZ"; "BH." and "BH.*" do).
  * @param[in]     text    text to match
- * @param[in]     pattern POSIX extended regular expression, at most STRMATCHES_LONGEST_PATTERN
- *                        characters
+ * @param[in]     pattern extended regular expression, a byte a character; written out, its repeats
+ *                        have to fit into 64 kB
  * @param[in,out] hook    keeps the compiled pattern; a null handle at first. The handle remembers
  *                        which pattern it was compiled from and compiles anew when another one
  *                        comes. Release it with freehook. A null address compiles for this call
  * only.
- * @return 1 match, 0 no match, -1 on a bad pattern or memory failure, after a logged line with the
- *         reason. Safe from any thread as long as two threads do not share a handle.
+ * @return 1 match, 0 no match, -1 on a bad pattern, one that takes a million steps and more, or
+ *         memory failure, after a logged line with the reason. Safe from any thread as long as two
+ * threads do not share a handle.
  */
 int strmatches(const char* text, const char* pattern, Hook** hook);
 

@@ -14,7 +14,7 @@ for package in velorix libvelorix0 libvelorix-dev; do
     dpkg-deb -x "$file" "$work/root"
     depends=$(dpkg-deb -f "$file" Depends)
     case $package,$depends in
-        libvelorix-dev,*libvelorix0*libsqlite3-dev* | velorix,*libc6*libsqlite3-0* | \
+        libvelorix-dev,*libvelorix0*libsqlite3-dev*libpcre2-dev* | velorix,*libc6*libsqlite3-0* | \
             libvelorix0,*libc6*libsqlite3-0*) ;;
         *) echo "$package depends on $depends"; exit 1 ;;
     esac
