@@ -9,14 +9,17 @@ trap 'rm -rf "$work"' EXIT
 status=0
 complain() { echo "$1"; status=1; }
 
-# words NAME: the words on standard input, sorted, as the file NAME; there must be some.
-words() {
-    sort -u > "$work/$1"
-    [ -s "$work/$1" ] || complain "$1: nothing was found"
-}
+# words NAME: the words on standard input, sorted, as the file NAME.
+words() { sort -u > "$work/$1"; }
+# some NAME: complains when there are no words. (A pipe into it would lose the status.)
+some() { [ -s "$work/$1" ] || complain "$1: nothing was found"; }
 # same WANT GOT, within WANT GOT
-same() { diff -u --label "$1" --label "$2" "$work/$1" "$work/$2" || status=1; }
+same() {
+    some "$1"
+    diff -u --label "$1" --label "$2" "$work/$1" "$work/$2" || status=1
+}
 within() {
+    some "$1"
     missing=$(comm -23 "$work/$1" "$work/$2")
     [ -z "$missing" ] || complain "$1 lack in $2: $(echo "$missing" | tr '\n' ' ')"
 }

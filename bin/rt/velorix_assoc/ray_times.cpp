@@ -15,14 +15,6 @@ std::string text_of(const char* field) {
     return std::string(field, strnlen(field, VELORIX_NAME_SIZE));
 }
 
-TTPoint point(double lat, double lon, double z) {
-    TTPoint point{};
-    point.lat = lat;
-    point.lon = lon;
-    point.z = z;
-    return point;
-}
-
 }  // namespace
 
 RayTimes::RayTimes(const Velorix& grid)
@@ -32,8 +24,8 @@ RayTimes::~RayTimes() { freehook(&hook_); }
 
 Times RayTimes::at(const Position& from, int station) const {
     const Station& sta = grid_.stations[station];
-    const TTGeometry geometry{point(from.lat, from.lon, from.depth),
-                              point(sta.lat, sta.lon, -sta.elev)};
+    const TTGeometry geometry{{from.lat, from.lon, from.depth, 0.0, ""},
+                              {sta.lat, sta.lon, -sta.elev, 0.0, ""}};
     Times out;
     const int found = ttcalc(method_.c_str(), model_.c_str(), "P,S", 0, &geometry, &times_, &hook_);
     if (found < 1) return out;

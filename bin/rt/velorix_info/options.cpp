@@ -22,6 +22,7 @@ const char* const kHelp =
     "                node number from 0, or LAT,LON,DEPTH (degrees, km) for the nearest node\n"
     "  --json        everything as one JSON array with an object for each grid\n"
     "  --help        this text\n"
+    "  --version     the version\n"
     "\n"
     "Exit status: 0, or 1 when a file could not be read or a node does not exist.\n";
 
@@ -86,6 +87,7 @@ bool read_flag(Options& options, std::string_view word) {
     if (word == "--json") return options.json = true;
     if (word == "--brief") return options.brief = true;
     if (word == "--help" || word == "-h") return options.help = true;
+    if (word == "--version") return options.version = true;
     elog_complain(0, "Unrecognized argument '%s'.\n", std::string(word).c_str());
     return false;
 }
@@ -114,7 +116,7 @@ bool read_words(Options& options, std::span<char* const> words) {
 std::optional<Options> read_options(int argc, char* const* argv) {
     Options options;
     if (argc > 0 && !read_words(options, {argv + 1, argv + argc})) return std::nullopt;
-    if (options.files.empty() && !options.help) {
+    if (options.files.empty() && !options.help && !options.version) {
         elog_complain(0, "Need FILE argument.\n");
         return std::nullopt;
     }

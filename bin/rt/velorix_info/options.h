@@ -18,6 +18,7 @@ using NodeChoice = std::variant<int64_t, Point>;
 
 struct Options {
     bool help = false;
+    bool version = false;
     bool json = false;
     bool brief = false;
     Listing listing = Listing::none;

@@ -134,10 +134,14 @@ int run(int argc, char** argv) {
         fputs(kUsage, stderr);
         return 1;
     }
+    bool good = true;
     if (options->help) {
         printf("%s%s", kUsage, kHelp);
+    } else if (options->version) {
+        printf("velorix-info %s\n", VELORIX_VERSION);
+    } else {
+        good = show(*options);
     }
-    const bool good = options->help || show(*options);
     if (fflush(stdout) != 0 || ferror(stdout)) elog_die(1, "fwrite(stdout) error.\n");
     return good ? 0 : 1;
 }

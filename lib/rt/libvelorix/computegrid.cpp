@@ -65,14 +65,6 @@ double degrees_between(const Station& station, const Source& source) {
     return delta * kDegreesPerRadian;
 }
 
-TTPoint point(double lat, double lon, double z) {
-    TTPoint point{};
-    point.lat = lat;
-    point.lon = lon;
-    point.z = z;
-    return point;
-}
-
 // Asks the calculator for one pair and stores its first P and first S.
 bool Pass::store(const TTGeometry& geometry, double distance, int64_t entry, const char* station) {
     if (ttcalc(method_.text, model_.text, "P,S", 0, &geometry, &times_, &hook) < 0) {
@@ -96,10 +88,10 @@ bool Pass::store(const TTGeometry& geometry, double distance, int64_t entry, con
 
 // Every station of one position at one depth, from `first_entry` of the tables on.
 bool Pass::position(const Source& source, double depth, int64_t first_entry) {
-    TTGeometry geometry{point(source.lat, source.lon, depth), {}};
+    TTGeometry geometry{{source.lat, source.lon, depth, 0.0, ""}, {}};
     int64_t entry = first_entry;
     for (const Station& station : stations(grid_)) {
-        geometry.receiver = point(station.lat, station.lon, -station.elev);
+        geometry.receiver = {station.lat, station.lon, -station.elev, 0.0, ""};
         const double distance = degrees_between(station, source);
         if (!store(geometry, distance, entry, station.sta)) return false;
         if (grid_.distances) grid_.distances[entry] = static_cast<float>(distance);
@@ -161,7 +153,7 @@ bool Pass::sample_times(double mind, double ddist) {
         for (int32_t i = 0; i < grid_.ndist; ++i) {
             const double distance = i * ddist + mind;
             grid_.distances[i] = static_cast<float>(distance);
-            const TTGeometry geometry{point(0.0, distance, depth), point(0.0, 0.0, 0.0)};
+            const TTGeometry geometry{{0.0, distance, depth, 0.0, ""}, {}};
             if (!store(geometry, distance, entry, "of the distance table")) return false;
             report(0, 0.0, distance, depth, progress.percent(i));
             ++entry;
