@@ -123,6 +123,12 @@ TEST(CsvTables, QuoteWhatNeedsIt) {
     EXPECT_THAT(documents[1].text, HasSubstr(",\"T&<>\"\"1202\","));
 }
 
+TEST(JsonLines, NumbersHaveTheDigitsThatCount) {
+    const std::string text = json_lines(a_catalogue());
+    EXPECT_THAT(text, HasSubstr("\"latitude\":-42.8176,\"longitude\":179.9999,\"depth_km\":8.04,"));
+    EXPECT_THAT(text, HasSubstr("\"epoch\":1476403211.61,\"residual\":-0.0539,"));
+}
+
 TEST(WriteDocuments, PutsPicksBesideEvents) {
     const TempFolder folder;
     ASSERT_TRUE(write_documents({{"", "a"}, {"_picks", "b"}}, folder.path("out.csv")));

@@ -90,7 +90,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-double rounded(double value, double unit) { return std::round(value / unit) * unit; }
+// A whole number divided by a power of ten is what the decimal reads as: it is written without
+// noise.
+double rounded(double value, double parts) { return std::round(value * parts) / parts; }
 
 Json json_pick(const EventPick& p) {
     return {{"network", p.pick.network},
@@ -101,12 +103,12 @@ Json json_pick(const EventPick& p) {
             {"label", p.pick.phase},
             {"id", p.pick.id},
             {"time", iso_time(p.pick.time, 4)},
-            {"epoch", rounded(p.pick.time, 1e-4)},
-            {"residual", rounded(p.residual, 1e-4)},
-            {"distance", rounded(p.delta, 1e-4)},
-            {"event_azimuth", rounded(p.esaz, 1e-2)},
-            {"station_azimuth", rounded(p.seaz, 1e-2)},
-            {"weight", rounded(p.weight, 1e-3)},
+            {"epoch", rounded(p.pick.time, 1e4)},
+            {"residual", rounded(p.residual, 1e4)},
+            {"distance", rounded(p.delta, 1e4)},
+            {"event_azimuth", rounded(p.esaz, 1e2)},
+            {"station_azimuth", rounded(p.seaz, 1e2)},
+            {"weight", rounded(p.weight, 1e3)},
             {"defining", p.defining}};
 }
 
@@ -116,7 +118,7 @@ Json json_left_out(const LeftOut& l) {
             {"channel", l.pick.channel},
             {"phase", std::string(1, l.phase)},
             {"time", iso_time(l.pick.time, 4)},
-            {"residual", rounded(l.residual, 1e-4)},
+            {"residual", rounded(l.residual, 1e4)},
             {"reason", l.reason}};
 }
 
@@ -126,29 +128,29 @@ Json json_event(const Event& e) {
     for (const LeftOut& l : e.left_out) left.push_back(json_left_out(l));
     return {{"id", e.id},
             {"time", iso_time(e.time, 4)},
-            {"epoch", rounded(e.time, 1e-4)},
-            {"latitude", rounded(e.lat, 1e-5)},
-            {"longitude", rounded(e.lon, 1e-5)},
-            {"depth_km", rounded(e.depth, 1e-3)},
+            {"epoch", rounded(e.time, 1e4)},
+            {"latitude", rounded(e.lat, 1e5)},
+            {"longitude", rounded(e.lon, 1e5)},
+            {"depth_km", rounded(e.depth, 1e3)},
             {"grid", e.grid},
             {"picks_p", e.p},
             {"picks_s", e.s},
             {"defining", e.defining},
             {"stations", e.stations},
-            {"scatter", rounded(e.scatter, 1e-4)},
-            {"scatter_weighted", rounded(e.scatter_weighted, 1e-4)},
-            {"gap", rounded(e.gap, 0.1)},
-            {"nearest", rounded(e.nearest, 1e-4)},
-            {"farthest", rounded(e.farthest, 1e-4)},
-            {"score", rounded(e.score, 1e-2)},
-            {"coverage", rounded(e.coverage, 1e-3)},
+            {"scatter", rounded(e.scatter, 1e4)},
+            {"scatter_weighted", rounded(e.scatter_weighted, 1e4)},
+            {"gap", rounded(e.gap, 10)},
+            {"nearest", rounded(e.nearest, 1e4)},
+            {"farthest", rounded(e.farthest, 1e4)},
+            {"score", rounded(e.score, 1e2)},
+            {"coverage", rounded(e.coverage, 1e3)},
             {"on_edge", e.on_edge},
             {"uncertainty",
-             {{"major_km", rounded(e.error.major, 1e-3)},
-              {"minor_km", rounded(e.error.minor, 1e-3)},
-              {"strike", rounded(e.error.strike, 0.1)},
-              {"depth_km", rounded(e.error.depth, 1e-3)},
-              {"time", rounded(e.error.time, 1e-3)}}},
+             {{"major_km", rounded(e.error.major, 1e3)},
+              {"minor_km", rounded(e.error.minor, 1e3)},
+              {"strike", rounded(e.error.strike, 10)},
+              {"depth_km", rounded(e.error.depth, 1e3)},
+              {"time", rounded(e.error.time, 1e3)}}},
             {"picks", picks},
             {"left_out", left}};
 }
