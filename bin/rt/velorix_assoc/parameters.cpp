@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 #include "text.h"
 
@@ -114,8 +115,11 @@ bool check(const GridRules& r, const std::string& name) {
             return refuse(key.name, "must be a number, 0 or more");
         }
     }
-    if (r.window <= 0.0) return refuse("window", "must be above 0");
-    if (r.step <= 0.0) return refuse("step", "must be above 0");
+    // Memory grows with both; the slowest waves around the Earth take hours.
+    constexpr double kDay = 86400.0;
+    for (const auto& [key, value] : {std::pair("window", r.window), std::pair("step", r.step)}) {
+        if (value <= 0.0 || value > kDay) return refuse(key, "must be above 0, at most 86400 s");
+    }
     if (r.screen_stations < 1) return refuse("screen_stations", "must be 1 or more");
     return true;
 }

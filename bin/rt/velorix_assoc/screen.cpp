@@ -8,6 +8,8 @@ namespace {
 
 constexpr int64_t kMostNodes = 600;     // of a regular mesh, both depths together
 constexpr int64_t kMostSources = 1500;  // of a general mesh, which covers more ground
+// Bins are never finer than picks are timed: their number is that of the memory.
+constexpr double kLeastWidth = 0.01;  // s
 
 }  // namespace
 
@@ -15,7 +17,7 @@ Screen::Screen(const SearchGrid& grid)
     : stations_(grid.times.grid().ns), min_p_(static_cast<float>(grid.rules.min_p)) {
     choose_nodes(grid.times);
     read_times(grid);
-    width_ = std::max(1.5 * smear(grid.times), 0.6 * grid.search->cluster_twin);
+    width_ = std::max({kLeastWidth, 1.5 * smear(grid.times), 0.6 * grid.search->cluster_twin});
     last_bin_.resize(2 * static_cast<size_t>(stations_));
 }
 
