@@ -31,7 +31,7 @@ bool Associator::add(Pick pick) {
     assign_roles(waiting, grids_.grids(), rules_.labels);
     newest_ = waiting.pick.time;
     const bool known = std::any_of(waiting.roles.begin(), waiting.roles.end(),
-                                   [](const Role& role) { return role.station >= 0; });
+                                   [](const Role& role) { return role.place >= 0; });
     const bool stranger =
         std::all_of(grids_.grids().begin(), grids_.grids().end(),
                     [&](const SearchGrid& grid) { return grid.station_of(waiting.pick) < 0; });
@@ -86,12 +86,15 @@ bool Associator::choose(bool final, double known, Candidate& chosen) const {
     return false;
 }
 
-std::vector<Waiting*> Associator::waiting_between(double from, double to, size_t grid) {
+std::vector<Waiting*> Associator::waiting_between(double from, double to, size_t grid,
+                                                  Which which) {
     std::vector<Waiting*> out;
     const auto by_time = [](const Waiting& w, double time) { return w.pick.time < time; };
     for (auto w = std::lower_bound(waiting_.begin(), waiting_.end(), from, by_time);
          w != waiting_.end() && w->pick.time <= to; ++w) {
-        if (w->event == 0 && w->roles[grid].station >= 0) out.push_back(&*w);
+        const Role& role = w->roles[grid];
+        if (which == Which::free && w->event != 0) continue;
+        if ((which == Which::all ? role.place : role.station) >= 0) out.push_back(&*w);
     }
     return out;
 }
@@ -104,6 +107,8 @@ Associator::Proposal& Associator::finest(Proposal& best, std::vector<Proposal>& 
         const GridTimes& now = grids_.grids()[chosen->grid].times;
         const GridTimes& then = grids_.grids()[other.grid].times;
         if (!other.lacking.empty() || then.spacing_km() >= now.spacing_km()) continue;
+        // Beyond its edge it can only place the event on the edge.
+        if (other.solution.on_edge || other.scan.edge) continue;
         if (2 * other.solution.members.size() < best.solution.members.size()) continue;
         const GridRules& rules = grids_.grids()[best.grid].rules;
         if (!same_event(best, other, rules.separation_time, rules.separation_km)) continue;
@@ -114,10 +119,12 @@ Associator::Proposal& Associator::finest(Proposal& best, std::vector<Proposal>& 
 
 bool Associator::decide(const Candidate& candidate) {
     std::vector<Proposal> proposals;
+    int picks = 0;
     for (size_t g = 0; g < grids_.grids().size(); ++g) {
         Proposal proposal;
         const double slack = std::max(timelines_[candidate.grid].width(), timelines_[g].width());
         if (!propose(g, candidate.time, 1.5 * slack, proposal)) return false;
+        picks = std::max(picks, proposal.picks);
         if (proposal.scan.good) proposals.push_back(std::move(proposal));
     }
     Proposal *best = nullptr, *nearly = nullptr;
@@ -128,7 +135,7 @@ bool Associator::decide(const Candidate& candidate) {
     if (best) {
         commit(finest(*best, proposals));
     } else {
-        refuse(candidate, nearly);
+        refuse(candidate, nearly, picks);
     }
     return true;
 }
@@ -149,9 +156,11 @@ bool Associator::propose(size_t grid, double time, double slack, Proposal& propo
 bool Associator::propose_within(size_t grid, double time, double slack, double window,
                                 Proposal& proposal) {
     const SearchGrid& at = grids_.grids()[grid];
-    const auto picks = waiting_between(time - slack + at.min_p, time + slack + window, grid);
+    const auto picks =
+        waiting_between(time - slack + at.min_p, time + slack + window, grid, Which::free);
     proposal.grid = grid;
-    if (static_cast<int>(picks.size()) < at.rules.min_picks) return true;
+    proposal.picks = static_cast<int>(picks.size());
+    if (proposal.picks < at.rules.min_picks) return true;
     ++scans_;
     if (!scan_grid(grids_, grid, picks, proposal.scan)) return false;
     if (!proposal.scan.good) return true;
@@ -168,9 +177,11 @@ void Associator::settle(const Proposal& best, Solution& solution) const {
     solution.spot = best.scan.spot;
     solution.time = best.scan.time;
     const auto around = const_cast<Associator*>(this)->waiting_between(
-        best.scan.time - slack_, best.scan.time + slack_ + grid.rules.window, best.grid);
+        best.scan.time - slack_, best.scan.time + slack_ + grid.rules.window, best.grid,
+        rules_.reuse_picks ? Which::usable : Which::free);
     for (double widen : {1.5, 1.2, 1.0, 1.0}) {
         solution.members = locator.associate(around, solution, widen);
+        std::erase_if(solution.members, [](const Member& member) { return !member.defining; });
         locator.locate(solution);
     }
     // Late picks join with the wider limits of the sweep, without a say in the location.
@@ -180,7 +191,7 @@ void Associator::settle(const Proposal& best, Solution& solution) const {
     std::vector<Member> located = std::move(solution.members);
     solution.members = locator.associate(around, solution, sweep);
     for (Member& member : solution.members) {
-        member.defining = std::fabs(member.residual) <= locator.limit(member);
+        member.defining &= std::fabs(member.residual) <= locator.limit(member);
         for (const Member& old : located) {
             if (old.waiting == member.waiting && old.phase == member.phase)
                 member.weight = old.weight;
@@ -197,13 +208,13 @@ void Associator::commit(Proposal& best) {
     Event event = make_event(grid, locators_[best.grid], best.solution);
     event.score = best.scan.score;
     const double from = best.solution.time, to = from + grid.rules.window;
-    const auto nearby = waiting_between(from - slack_, to + slack_, best.grid);
+    const auto nearby = waiting_between(from - slack_, to + slack_, best.grid, Which::all);
     event.left_out = left_out_of(grid, best.grid, best.solution, nearby);
     events_.push_back(event);
     keep(best);
     const int number = static_cast<int>(events_.size());
     for (Member& member : best.solution.members) {
-        if (!rules_.reuse_picks) member.waiting->event = number;
+        if (member.waiting->event == 0) member.waiting->event = number;
     }
     for (Timeline& timeline : timelines_) {
         timeline.renew(from - window_ - slack_, to + slack_, waiting_);
@@ -211,12 +222,14 @@ void Associator::commit(Proposal& best) {
     if (on_event) on_event(events_.back());
 }
 
-void Associator::refuse(const Candidate& candidate, const Proposal* best) {
+void Associator::refuse(const Candidate& candidate, const Proposal* best, int picks) {
     timelines_[candidate.grid].close(candidate);
     Trial trial;
     trial.time = candidate.time;
     trial.grid = grids_.grids()[candidate.grid].name;
-    trial.lacking = "too few picks: in the window";
+    const int need = grids_.grids()[candidate.grid].rules.min_picks;
+    trial.lacking = picks < need ? format("too few picks: %d of %d in the window", picks, need)
+                                 : "too few picks: none go back to one time at any node";
     if (best) {
         const SearchGrid& grid = grids_.grids()[best->grid];
         trial.time = best->solution.time;
@@ -230,6 +243,7 @@ void Associator::refuse(const Candidate& candidate, const Proposal* best) {
         }
         trial.stations = static_cast<int>(stations.size());
         trial.lacking = best->lacking;
+        trial.scanned = true;
     }
     ++refusals_[trial.lacking.substr(0, trial.lacking.find(':'))];
     if (on_trial) on_trial(trial);

@@ -23,6 +23,7 @@ struct Trial {
     double score = 0.0;
     int p = 0, s = 0, stations = 0;
     std::string lacking;
+    bool scanned = false;  ///< there is a best node
 };
 
 /**
@@ -61,6 +62,7 @@ class Associator {
         Solution solution;
         std::string lacking;
         bool sparse = false;  ///< too few of the near stations have a pick
+        int picks = 0;        ///< free ones in the window
         size_t grid = 0;
     };
 
@@ -80,9 +82,11 @@ class Associator {
     Proposal& finest(Proposal& best, std::vector<Proposal>& proposals) const;
     bool same_event(const Proposal& a, const Proposal& b, double time, double km) const;
     void commit(Proposal& best);
-    void refuse(const Candidate& candidate, const Proposal* best);
+    void refuse(const Candidate& candidate, const Proposal* best, int picks);
     void trim(double known);
-    std::vector<Waiting*> waiting_between(double from, double to, size_t grid);
+    /// Free picks that may join an event; those of events too; also those that may not join one.
+    enum class Which { free, usable, all };
+    std::vector<Waiting*> waiting_between(double from, double to, size_t grid, Which which);
     const Event* twin_of(const Proposal& proposal) const;
     void keep(const Proposal& proposal);
     const Kept* echo_of(const Proposal& proposal) const;

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <optional>
 
 #include "output.h"
 #include "platform/elog/elog.h"
@@ -21,7 +23,7 @@ class Outgoing {
   public:
     explicit Outgoing(std::string target) : target_(std::move(target)) {}
     Outgoing(Outgoing&& other) noexcept
-        : target_(std::move(other.target_)), name_(std::move(other.name_)) {
+        : target_(std::move(other.target_)), name_(std::move(other.name_)), mode_(other.mode_) {
         other.name_.clear();
     }
     ~Outgoing() {
@@ -37,6 +39,7 @@ class Outgoing {
   private:
     enum class Kind { file, special, wrong };
     Kind look();
+    void follow_links();
     int make_temporary();
     bool write_to(int fd, const std::string& text);
     bool failed() const {
@@ -45,6 +48,7 @@ class Outgoing {
     }
 
     std::string target_, name_;
+    std::optional<mode_t> mode_;  // of the file that is replaced
 };
 
 bool write_all(int fd, const std::string& text) {
@@ -57,20 +61,27 @@ bool write_all(int fd, const std::string& text) {
     return true;
 }
 
-// A link leads to its file: that one is replaced.
 Outgoing::Kind Outgoing::look() {
     struct stat info {};
+    follow_links();
     if (stat(target_.c_str(), &info) != 0) return Kind::file;
+    mode_ = info.st_mode & 0777;
     if (S_ISDIR(info.st_mode)) {
         errno = EISDIR;
         return Kind::wrong;
     }
-    if (!S_ISREG(info.st_mode)) return Kind::special;
-    if (char* real = realpath(target_.c_str(), nullptr)) {
-        target_ = real;
-        std::free(real);
+    return S_ISREG(info.st_mode) ? Kind::file : Kind::special;
+}
+
+// A link leads to its file, there or not yet.
+void Outgoing::follow_links() {
+    constexpr int kMost = 40;
+    std::error_code none;
+    for (int i = 0; i < kMost && std::filesystem::is_symlink(target_, none); ++i) {
+        const auto to = std::filesystem::read_symlink(target_, none);
+        if (none) return;
+        target_ = (std::filesystem::path(target_).parent_path() / to).string();
     }
-    return Kind::file;
 }
 
 int Outgoing::make_temporary() {
@@ -107,7 +118,7 @@ bool Outgoing::write(const std::string& text) {
     if (fd < 0) return failed();
     const mode_t mask = umask(0);
     umask(mask);
-    if (!special && fchmod(fd, 0666 & ~mask) != 0) {
+    if (!special && fchmod(fd, mode_.value_or(0666 & ~mask)) != 0) {
         close(fd);
         return failed();
     }

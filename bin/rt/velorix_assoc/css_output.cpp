@@ -81,11 +81,11 @@ std::string origerr_row(const Event& e, long long number) {
     if (!(error.covariance[0][0] > 0.0)) {
         for (auto& of_one : error.covariance) std::fill(std::begin(of_one), std::end(of_one), NAN);
     }
-    const auto& c = error.covariance;  // east, north, depth, time
+    const auto& c = error.covariance;  // east, north, depth, time; x of the table is north
     Row row;
     row.integer(number, 8);
-    for (double v : {c[0][0], c[1][1], c[2][2], c[3][3], c[0][1], c[0][2], c[1][2], c[3][0],
-                     c[3][1], c[3][2]}) {
+    for (double v : {c[1][1], c[0][0], c[2][2], c[3][3], c[0][1], c[1][2], c[0][2], c[3][1],
+                     c[3][0], c[3][2]}) {
         row.real(v, 15, 4, -999999999.9999);
     }
     row.real(e.scatter_weighted, 9, 4, -1.0).real(known(error.major), 9, 4, -1.0);

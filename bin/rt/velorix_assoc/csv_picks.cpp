@@ -72,6 +72,7 @@ class CsvReader : public PickReader {
     explicit CsvReader(const PickFile& file) : lines_(file) { at_.fill(-1); }
 
     bool read_header(std::string& error);
+    bool take_header(const std::string& line, std::string& error);
     ReadResult next(Pick& pick, std::string& error) override;
     const char* kind() const override { return "CSV"; }
 
@@ -87,13 +88,24 @@ class CsvReader : public PickReader {
     char separator_ = ',';
 };
 
+// The header is the first line; behind comments ("#") the first that names the columns, whether or
+// not it begins like one.
 bool CsvReader::read_header(std::string& error) {
-    std::string line;
-    do {
-        if (!lines_.next(line)) return true;
-    } while (trim(line).empty());
-    if (line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
-    if (line.starts_with("#")) line.erase(0, 1);
+    for (std::string line; lines_.next(line);) {
+        if (line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
+        if (trim(line).empty()) continue;
+        const bool comment = line.starts_with("#");
+        if (comment) line.erase(0, 1);
+        error.clear();
+        if (take_header(line, error)) return true;
+        if (!comment) return false;
+    }
+    return error.empty();
+}
+
+bool CsvReader::take_header(const std::string& line, std::string& error) {
+    at_.fill(-1);
+    separator_ = ',';
     for (char separator : {'|', ';', '\t'}) {
         if (line.find(',') == line.npos && line.find(separator) != line.npos)
             separator_ = separator;
@@ -142,7 +154,11 @@ bool CsvReader::station(const std::vector<std::string>& fields, Pick& pick,
     pick.station = get(fields, kStation);
     pick.location = get(fields, kLocation);
     pick.channel = get(fields, kChannel);
-    const std::string seed = get(fields, kSeed);
+    std::string seed = get(fields, kSeed);
+    // A station may be written with its network.
+    if (seed.empty() && pick.network.empty() && pick.station.find('.') != std::string::npos) {
+        seed = pick.station;
+    }
     const auto parts = split_csv(seed, '.');
     if (!seed.empty() && parts && parts->size() >= 2) {
         pick.network = (*parts)[0];
@@ -169,7 +185,7 @@ bool CsvReader::parse(const std::vector<std::string>& fields, Pick& pick, std::s
     pick.phase = get(fields, kPhase);
     pick.id = get(fields, kId);
     const std::string quality = get(fields, kQuality);
-    if (!quality.empty()) {
+    if (!quality.empty() && lower(quality) != "nan") {
         const auto value = number(quality);
         if (!value) {
             why = "'" + quality + "' is not a number";
@@ -179,6 +195,14 @@ bool CsvReader::parse(const std::vector<std::string>& fields, Pick& pick, std::s
     }
     if (const auto arid = whole_number(pick.id)) pick.arid = *arid;
     return true;
+}
+
+// A separator at the end of a line begins no field.
+static bool has_more_than(const std::vector<std::string>& fields, size_t columns) {
+    for (size_t i = columns; i < fields.size(); ++i) {
+        if (!fields[i].empty()) return true;
+    }
+    return false;
 }
 
 ReadResult CsvReader::next(Pick& pick, std::string& error) {
@@ -192,9 +216,10 @@ ReadResult CsvReader::next(Pick& pick, std::string& error) {
         why = "binary data";
     } else if (!fields) {
         why = "a quote stays open";
-    } else if (fields->size() < columns_) {
+    } else if (fields->size() < columns_ || has_more_than(*fields, columns_)) {
         why = format("%zu of %zu fields", fields->size(), columns_);
-        if (lines_.ended_without_newline()) why += ", the file ends in the middle of the line";
+        if (fields->size() < columns_ && lines_.ended_without_newline())
+            why += ", the file ends in the middle of the line";
     } else if (parse(*fields, pick, why)) {
         return ReadResult::pick;
     }

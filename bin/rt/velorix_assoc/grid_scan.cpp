@@ -49,7 +49,7 @@ int apply_roles(Tbl* stations, size_t number, std::span<Waiting* const> picks, d
             sta_obs2* observation = station->obs[k];
             const Role& role = picks[static_cast<size_t>(observation->plist->arid)]->roles[number];
             if (!role.p) observation->useforP = 0;
-            if (!role.s) observation->useforS = 0;
+            if (!role.search_s) observation->useforS = 0;
             usable += observation->useforP + observation->useforS;
             called_s = called_s || label_of(observation->plist->phase) == Label::s;
         }

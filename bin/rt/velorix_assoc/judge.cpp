@@ -187,7 +187,7 @@ std::vector<LeftOut> left_out_of(const SearchGrid& grid, size_t number, const So
     for (const Waiting* w : nearby) {
         if (own.count(w)) continue;
         const Role& role = w->roles[number];
-        Times times = grid.times.times(solution.spot, role.station);
+        Times times = grid.times.times(solution.spot, role.place);
         times.p *= 1.0 + solution.slowing;
         times.s *= 1.0 + solution.slowing;
         const double rp = w->pick.time - solution.time - times.p;
@@ -202,9 +202,11 @@ std::vector<LeftOut> left_out_of(const SearchGrid& grid, size_t number, const So
         if (std::fabs(residual) > kNear * limit) continue;
         const char phase = as_s ? 'S' : 'P';
         std::string why = format("residual beyond %.2f s", limit);
-        if (!(as_s ? role.s : role.p)) {
-            why = "labelled '" + w->pick.phase + "'";
-        } else if (taken.count({role.station, phase})) {
+        if (w->event != 0) {
+            why = "in another event";
+        } else if (!(as_s ? role.s : role.p)) {
+            why = role.sifted ? "kept out by a sifter" : "labelled '" + w->pick.phase + "'";
+        } else if (taken.count({role.place, phase})) {
             why = "another pick of the station fits better";
         }
         out.push_back({w->pick, phase, residual, why});

@@ -21,8 +21,7 @@ double deviation(const SearchParams& sp, char phase) {
 }  // namespace
 
 double Locator::limit(const Member& member) const {
-    const SearchParams& sp = *grid_.search;
-    return member.phase == 'S' ? sp.s_max_resid : sp.p_max_resid;
+    return grid_.stations[static_cast<size_t>(member.station)].limit(member.phase);
 }
 
 double Locator::predicted(const Spot& spot, const Member& member) const {
@@ -52,6 +51,15 @@ void offer(Member& slot, const Member& offered) {
     if (!slot.waiting || std::fabs(offered.residual) < std::fabs(slot.residual)) slot = offered;
 }
 
+// S comes after P: of two picks the other way round the one that fits better stays.
+void keep_in_order(Slots& slot, double p_limit, double s_limit) {
+    if (!slot.p.waiting || !slot.s.waiting) return;
+    if (slot.s.waiting->pick.time > slot.p.waiting->pick.time) return;
+    const bool p_stays =
+        std::fabs(slot.p.residual) * s_limit <= std::fabs(slot.s.residual) * p_limit;
+    (p_stays ? slot.s : slot.p).waiting = nullptr;
+}
+
 }  // namespace
 
 std::vector<Member> Locator::associate(std::span<Waiting* const> picks, const Solution& at,
@@ -60,7 +68,7 @@ std::vector<Member> Locator::associate(std::span<Waiting* const> picks, const So
     std::vector<int> slot_of(static_cast<size_t>(grid_.times.grid().ns), -1);
     for (Waiting* waiting : picks) {
         const Role& role = waiting->roles[static_cast<size_t>(number_)];
-        if (waiting->event != 0 || role.station < 0) continue;
+        if (role.station < 0) continue;
         const double travel = waiting->pick.time - at.time;
         if (travel < 0.0 || travel > grid_.rules.window) continue;
         int& number = slot_of[static_cast<size_t>(role.station)];
@@ -84,21 +92,38 @@ std::vector<Member> Locator::associate(std::span<Waiting* const> picks, const So
         }
     }
     std::vector<Member> members;
-    for (const Slots& slot : slots) {
-        if (slot.p.waiting) members.push_back(slot.p);
-        if (slot.s.waiting) members.push_back(slot.s);
+    for (Slots& slot : slots) {
+        keep_in_order(slot, limit(slot.p), limit(slot.s));
+        for (Member* member : {&slot.p, &slot.s}) {
+            if (!member->waiting) continue;
+            member->defining = station_weight(*member, at.spot) > 0.0;
+            members.push_back(*member);
+        }
     }
     return members;
 }
 
 // ---- Location ----
 
+// By the grid's pattern list and its curves of weight against distance.
+double Locator::station_weight(const Member& member, const Spot& spot) const {
+    const SearchParams& sp = *grid_.search;
+    const bool s = member.phase == 'S';
+    const double weight = grid_.stations[static_cast<size_t>(member.station)].weight(member.phase);
+    const int nodes = s ? sp.use_dwts : sp.use_dwt;
+    if (nodes == 0) return weight;
+    const Station& sta = grid_.station(member.station);
+    const double distance = path_between(grid_.times.position(spot), sta.lat, sta.lon).delta;
+    return weight * get_weight(distance, nodes, s ? sp.s_weights : sp.p_weights);
+}
+
 // Near stations say most about depth and least about the model's errors, which grow with distance.
 double Locator::weight_of(const Member& member, const Spot& spot) const {
     const double sigma = deviation(*grid_.search, member.phase);
     const double time = grid_.times.times(spot, member.station).p;
     const double scale = 0.35 * grid_.rules.window;
-    return 1.0 / (sigma * sigma) / (1.0 + time * time / (scale * scale));
+    return std::max(0.0, station_weight(member, spot)) / (sigma * sigma) /
+           (1.0 + time * time / (scale * scale));
 }
 
 // Origin time and slowing by reweighted least squares from the median of the origin times. The

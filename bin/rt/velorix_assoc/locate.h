@@ -38,9 +38,10 @@ class Locator {
     Locator(const SearchGrid& grid, int number) : grid_(grid), number_(number) {}
 
     /**
-     * The free picks that fit a solution: at most one P and one S a station, each the one with the
-     * smallest residual; no pick as both.
-     * @param picks  by time; those of other events are passed over
+     * The picks that fit a solution: at most one P and one S a station, each the one with the
+     * smallest residual, S behind P; no pick as both. Where the station has no weight the member
+     * does not define the solution.
+     * @param picks  by time
      * @param at     place, time and slowing
      * @param widen  factor on the residual limits
      */
@@ -68,6 +69,7 @@ class Locator {
   private:
     double misfit(const Spot& spot, std::span<const Member> members, Origin& origin) const;
     double weight_of(const Member& member, const Spot& spot) const;
+    double station_weight(const Member& member, const Spot& spot) const;
     void search(Solution& solution) const;
     void search_nodes(Solution& solution) const;
     Spot best_depth(const Solution& solution) const;

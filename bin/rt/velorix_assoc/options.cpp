@@ -17,6 +17,7 @@ constexpr const char* kUsage =
 struct Raw {
     std::vector<std::string> picks;
     std::string from, to, explain, format = "text";
+    const CLI::Option *from_given = nullptr, *to_given = nullptr, *explain_given = nullptr;
     bool version = false;
 };
 
@@ -24,13 +25,14 @@ void declare(CLI::App& app, Options& o, Raw& raw) {
     app.add_option("--pf", o.parameter_file, "parameter file (TOML)")->type_name("FILE");
     app.add_option("--grids", o.grids, "grid files")->type_name("FILE");
     app.add_option("--picks", raw.picks, "pick files; - is standard input")->type_name("FILE");
-    app.add_option("--from", raw.from, "first pick time")->type_name("TIME");
-    app.add_option("--to", raw.to, "last pick time")->type_name("TIME");
+    raw.from_given = app.add_option("--from", raw.from, "first pick time")->type_name("TIME");
+    raw.to_given = app.add_option("--to", raw.to, "last pick time")->type_name("TIME");
     app.add_option("--threads", o.threads, "threads of a scan")->type_name("N");
     app.add_option("--format", raw.format, "text, csv, json, quakeml or css")->type_name("FORMAT");
     app.add_option("--out", o.out, "output file; css: database name")->type_name("PATH");
-    app.add_option("--explain", raw.explain, "say what was found or missing around a time")
-        ->type_name("TIME");
+    raw.explain_given =
+        app.add_option("--explain", raw.explain, "say what was found or missing around a time")
+            ->type_name("TIME");
     app.add_flag("--skip-bad", o.stream.skip_bad, "count unreadable lines and go on");
     app.add_flag("--show-parameters", o.show_parameters, "print the parameters in force and end");
     app.add_flag("-v,--verbose", o.verbose, "one line an event");
@@ -44,11 +46,11 @@ Parsed refuse(const std::string& message) {
     return Parsed::wrong;
 }
 
-bool time_of(const std::string& text, const char* option, double& out, std::string& error) {
-    if (text.empty()) return true;
+bool time_of(const CLI::Option* given, const std::string& text, double& out, std::string& error) {
+    if (given->count() == 0) return true;
     const auto value = epoch(text);
     if (value) out = *value;
-    if (!value) error = std::string(option) + ": '" + text + "' is not a time";
+    if (!value) error = given->get_name() + ": '" + text + "' is not a time";
     return value.has_value();
 }
 
@@ -66,12 +68,13 @@ Parsed check(Options& o, const Raw& raw) {
         return refuse("Format css needs --out.");
     }
     if (o.threads < 1) return refuse("--threads must be 1 or more.");
-    if (!time_of(raw.from, "--from", o.stream.from, error) ||
-        !time_of(raw.to, "--to", o.stream.to, error) ||
-        !time_of(raw.explain, "--explain", explain, error)) {
+    if (!time_of(raw.from_given, raw.from, o.stream.from, error) ||
+        !time_of(raw.to_given, raw.to, o.stream.to, error) ||
+        !time_of(raw.explain_given, raw.explain, explain, error)) {
         return refuse(error);
     }
-    if (!raw.explain.empty()) o.explain = explain;
+    if (o.stream.from > o.stream.to) return refuse("--from is after --to.");
+    if (raw.explain_given->count() > 0) o.explain = explain;
     o.format = *format;
     o.stream.paths = raw.picks;
     return Parsed::run;

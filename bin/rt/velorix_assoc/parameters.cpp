@@ -120,6 +120,7 @@ bool check(const GridRules& r, const std::string& name) {
     for (const auto& [key, value] : {std::pair("window", r.window), std::pair("step", r.step)}) {
         if (value <= 0.0 || value > kDay) return refuse(key, "must be above 0, at most 86400 s");
     }
+    if (r.min_coverage > 1.0) return refuse("min_coverage", "must be at most 1");
     if (r.screen_stations < 1) return refuse("screen_stations", "must be 1 or more");
     return true;
 }
@@ -173,6 +174,10 @@ bool read_grid_rules(const ParameterFile& file, const std::string& name, SearchP
                      GridRules& rules) {
     Pf* engine = file.section("grids", name);
     if (engine && velorix_search_from_pf(sp, engine) != 0) return false;
+    for (const auto& [key, value] :
+         {std::pair("p_max_resid", sp->p_max_resid), std::pair("s_max_resid", sp->s_max_resid)}) {
+        if (value < 0.0) return fail("grids." + name + "." + key + ": must not be negative");
+    }
     Pf* node = file.section("events", name);
     if (!node) return true;
     std::vector<const char*> known;

@@ -1,5 +1,7 @@
 #include "pick_stream.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -15,11 +17,11 @@ auto onset(const Pick& p) {
     return std::tie(p.time, p.network, p.station, p.phase, p.location, p.channel);
 }
 
-// Standard input is read twice as well, so it is kept in an unnamed file.
-std::FILE* spooled_input() {
+// Pipes are read twice as well, so they are kept in an unnamed file.
+std::FILE* spooled(std::FILE* from) {
     std::FILE* file = std::tmpfile();
     char buffer[65536];
-    for (size_t n; file && (n = std::fread(buffer, 1, sizeof buffer, stdin)) > 0;) {
+    for (size_t n; file && (n = std::fread(buffer, 1, sizeof buffer, from)) > 0;) {
         if (std::fwrite(buffer, 1, n, file) == n) continue;
         std::fclose(file);
         return nullptr;
@@ -46,7 +48,12 @@ bool PickStream::open(const StreamOptions& options) {
 
 bool PickStream::open_input(const std::string& path, Input& input) {
     input.name = path == "-" ? "standard input" : path;
-    input.file.reset(path == "-" ? spooled_input() : std::fopen(path.c_str(), "rb"));
+    input.file.reset(path == "-" ? spooled(stdin) : std::fopen(path.c_str(), "rb"));
+    struct stat info {};
+    if (path != "-" && input.file && fstat(fileno(input.file.get()), &info) == 0 &&
+        S_ISFIFO(info.st_mode)) {
+        input.file.reset(spooled(input.file.get()));
+    }
     if (!input.file) return fail(input.name + ": " + std::strerror(errno));
     return true;
 }

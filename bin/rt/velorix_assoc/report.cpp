@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <map>
+#include <set>
 
 #include "text.h"
 
@@ -50,6 +52,36 @@ std::string pick_text(const Pick& pick, char phase, double residual) {
 
 }  // namespace
 
+namespace {
+
+Pick station_named(const std::string& name) {
+    Pick pick;
+    pick.network = name.substr(0, name.find('.'));
+    pick.station = name.substr(name.find('.') + 1);
+    return pick;
+}
+
+// A grid that knows stations by their code alone takes those of every network for its own.
+std::string shared_codes(const PickSurvey& survey, const SearchGrid& grid) {
+    std::map<int, std::string> names;
+    for (const auto& [name, activity] : survey.stations) {
+        const int number = grid.station_of(station_named(name));
+        if (number >= 0) names[number] += " " + name;
+    }
+    std::string out;
+    int count = 0;
+    for (const auto& [number, list] : names) {
+        if (list.find(' ', 1) == list.npos) continue;
+        if (++count <= 10) out += (count > 1 ? ";" : "") + list;
+    }
+    if (count == 0) return out;
+    return format("grid %s: picks of several stations are taken for one of the same code (%d):",
+                  grid.name.c_str(), count) +
+           out + (count > 10 ? " ...\n" : "\n");
+}
+
+}  // namespace
+
 std::string opening(const PickSurvey& survey, const GridSet& grids, Labels labels) {
     std::string out = format(
         "%ld picks (%s) at %zu stations: %ld P, %ld S, %ld without a label, %ld of "
@@ -65,9 +97,7 @@ std::string opening(const PickSurvey& survey, const GridSet& grids, Labels label
     std::string missing;
     int count = 0;
     for (const auto& [name, activity] : survey.stations) {
-        Pick pick;
-        pick.network = name.substr(0, name.find('.'));
-        pick.station = name.substr(name.find('.') + 1);
+        const Pick pick = station_named(name);
         const bool known =
             std::any_of(grids.grids().begin(), grids.grids().end(),
                         [&](const SearchGrid& g) { return g.station_of(pick) >= 0; });
@@ -77,6 +107,7 @@ std::string opening(const PickSurvey& survey, const GridSet& grids, Labels label
         out += format("%d stations with picks are in no grid:", count) + missing +
                (count > 20 ? " ...\n" : "\n");
     }
+    for (const SearchGrid& grid : grids.grids()) out += shared_codes(survey, grid);
     return out;
 }
 
@@ -108,6 +139,18 @@ std::string event_line(const Event& e) {
                   e.scatter, e.gap, e.score);
 }
 
+static std::string trial_line(const Trial& trial) {
+    std::string out = "no event at " + iso_time(trial.time, 2);
+    if (trial.scanned) {
+        out += format(" %.3f %.3f %.1f km (grid %s): score %.1f, %d P %d S at %d stations",
+                      trial.best.lat, trial.best.lon, trial.best.depth, trial.grid.c_str(),
+                      trial.score, trial.p, trial.s, trial.stations);
+    } else {
+        out += " (grid " + trial.grid + ")";
+    }
+    return out + "; " + trial.lacking + "\n";
+}
+
 std::string explanation(double time, double window, const std::vector<Event>& events,
                         const std::vector<Trial>& trials) {
     std::string out = "around " + iso_time(time, 2) + ":\n";
@@ -124,14 +167,12 @@ std::string explanation(double time, double window, const std::vector<Event>& ev
             out += pick_text(l.pick, l.phase, l.residual) + "  left out: " + l.reason + "\n";
         }
     }
+    std::set<std::string> said;  // the same place may be tried for several origins
     for (const Trial& trial : trials) {
         if (std::fabs(trial.time - time) > window) continue;
         any = true;
-        out += format(
-            "no event at %s %.3f %.3f %.1f km (grid %s): score %.1f, %d P %d S at %d stations; ",
-            iso_time(trial.time, 2).c_str(), trial.best.lat, trial.best.lon, trial.best.depth,
-            trial.grid.c_str(), trial.score, trial.p, trial.s, trial.stations);
-        out += trial.lacking + "\n";
+        const std::string text = trial_line(trial);
+        if (said.insert(text).second) out += text;
     }
     if (!any) out += "nothing: at no node did enough picks go back to one time\n";
     return out;

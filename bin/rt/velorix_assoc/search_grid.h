@@ -17,8 +17,19 @@ namespace velorix::assoc {
 
 /// What a pick may be on one grid.
 struct Role {
-    int station = -1;  ///< number in the grid; -1: not in it, or no phase allowed
-    bool p = false, s = false;
+    int station = -1;           ///< number in the grid; -1: not in it, or no phase allowed
+    int place = -1;             ///< the same whether or not a phase is allowed
+    bool p = false, s = false;  ///< phases it may join an event as
+    bool search_s = false;      ///< tried as S in the search for the best node
+    bool sifted = false;        ///< a sifter takes away a phase that its label allows
+};
+
+/// What the pattern list of a grid says about a station.
+struct StationRule {
+    double p_weight = 1.0, s_weight = 1.0;  ///< 0: joins events without a say in them
+    double p_limit = 0.0, s_limit = 0.0;    ///< of |residual|, s
+    double weight(char phase) const { return phase == 'S' ? s_weight : p_weight; }
+    double limit(char phase) const { return phase == 'S' ? s_limit : p_limit; }
 };
 
 /// A pick on its way through the program.
@@ -41,6 +52,7 @@ struct SearchGrid {
     GridTimes times;
     GridRules rules;
     std::unique_ptr<SearchParams, FreeSearch> search;
+    std::vector<StationRule> stations;      ///< by number
     std::vector<char> alive;                ///< per station: it has a pick somewhere in the files
     std::vector<const Activity*> activity;  ///< per station; null: unknown
     double min_p = 0.0;                     ///< shortest travel time in the grid, s

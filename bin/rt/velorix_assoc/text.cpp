@@ -54,16 +54,35 @@ std::optional<double> epoch_seconds(std::string_view text) {
     return seconds && in_calendar(*seconds) ? seconds : std::nullopt;
 }
 
+// Seconds that a time of day is ahead of UTC by its offset (+02, +02:00, -0330), which is cut off;
+// 0 without one.
+static double take_offset(std::string_view& time) {
+    const size_t clock = time.find(':');
+    const size_t sign = clock == time.npos ? time.npos : time.find_first_of("+-", clock);
+    if (sign == time.npos) return 0.0;
+    std::string digits(time.substr(sign + 1));
+    if (digits.size() == 5 && digits[2] == ':') digits.erase(2, 1);
+    const bool whole = (digits.size() == 2 || digits.size() == 4) &&
+                       digits.find_first_not_of("0123456789") == digits.npos;
+    if (!whole) return 0.0;
+    const int hours = std::stoi(digits.substr(0, 2));
+    const int minutes = digits.size() == 4 ? std::stoi(digits.substr(2)) : 0;
+    if (hours > 14 || minutes > 59) return 0.0;
+    const double seconds = 3600.0 * hours + 60.0 * minutes;
+    const double ahead = time[sign] == '-' ? -seconds : seconds;
+    time.remove_suffix(time.size() - sign);
+    return ahead;
+}
+
 std::optional<double> epoch(std::string_view text) {
     // A plain number is epoch seconds; eight digits alone would be a date, which no picker writes.
     if (number(text)) return epoch_seconds(text);
-    std::string iso(trim(text));
-    for (const char* zero : {"+00:00", "+0000"}) {
-        if (iso.ends_with(zero)) iso.resize(iso.size() - std::string_view(zero).size());
-    }
+    std::string_view iso = trim(text);
+    const double ahead = take_offset(iso);
     double value = 0.0;
-    if (zstr2epoch(iso.c_str(), &value) != 0 || !in_calendar(value)) return std::nullopt;
-    return value;
+    if (zstr2epoch(std::string(iso).c_str(), &value) != 0) return std::nullopt;
+    value -= ahead;
+    return in_calendar(value) ? std::optional(value) : std::nullopt;
 }
 
 std::optional<std::vector<std::string>> split_csv(std::string_view line, char separator) {

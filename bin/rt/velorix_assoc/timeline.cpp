@@ -35,7 +35,7 @@ void Timeline::vote(int64_t from, int64_t to, const std::deque<Waiting>& waiting
          w != waiting.end() && w->pick.time <= end; ++w) {
         const Role& role = w->roles[number_];
         if (w->event == 0 && role.station >= 0) {
-            picks.push_back({w->pick.time, role.station, role.p, role.s});
+            picks.push_back({w->pick.time, role.station, role.p, role.search_s});
         }
     }
     const std::span<float> part(votes_.data() + (from - first_), static_cast<size_t>(to - from));

@@ -60,8 +60,11 @@ Slope slope_of(const GridTimes& times, const Spot& spot, int station, char phase
     const double down = times.position(times.shifted(spot, 0, 0, kStep)).depth;
     const double shrink = std::cos(w.lat * kPi / 180.0);
     // The mesh's axes in km east and north, then the gradient by solving the 2 x 2 system.
-    const double ax = (e.lon - w.lon) * shrink * kKmPerDegree, ay = (e.lat - w.lat) * kKmPerDegree;
-    const double bx = (n.lon - s.lon) * shrink * kKmPerDegree, by = (n.lat - s.lat) * kKmPerDegree;
+    const auto km_east = [&](const Position& from, const Position& to) {
+        return std::remainder(to.lon - from.lon, 360.0) * shrink * kKmPerDegree;
+    };
+    const double ax = km_east(w, e), ay = (e.lat - w.lat) * kKmPerDegree;
+    const double bx = km_east(s, n), by = (n.lat - s.lat) * kKmPerDegree;
     const double da = value(kStep, 0, 0) - value(-kStep, 0, 0);
     const double db = value(0, kStep, 0) - value(0, -kStep, 0);
     const double det = ax * by - ay * bx;

@@ -43,6 +43,14 @@ bool load(const Options& options, ParameterFile& file, ProgramRules& rules, Grid
     std::vector<std::string> names;
     for (const SearchGrid& grid : grids.grids()) names.push_back(grid.name);
     complain_unknown_keys(file, names);
+    for (const SearchGrid& grid : grids.grids()) {
+        for (int i = 0; i < maxtbl(grid.search->drop_if_in_grid); ++i) {
+            const char* other = static_cast<char*>(gettbl(grid.search->drop_if_in_grid, i));
+            if (std::find(names.begin(), names.end(), other) != names.end()) continue;
+            complain("grids." + grid.name + ".drop_if_in_grid: no grid '" + other +
+                     "' in this run");
+        }
+    }
     return true;
 }
 
