@@ -1,12 +1,7 @@
 // Every allocation of a grid's life fails once: the call says so, and nothing leaks or is half
 // made.
-#include <gtest/gtest.h>
-
-#include <vector>
-
-#include "setupgrid/coords_file.h"
+#include "laid_out_grid.h"
 #include "support/fail_each_allocation.h"
-#include "support/parameters.h"
 #include "support/temp_file.h"
 
 namespace {
@@ -16,16 +11,12 @@ using velorix_test::Heap;
 using velorix_test::TempFile;
 using velorix_test::walk;
 
-const std::string kSites =
-    "AAA     2000001       -1   10.0000    0.0000    0.0000\n"
-    "BBB     2000001       -1   11.0000    0.0000    0.0000\n";
-
-TEST(OutOfMemory, NewRecord) {
-    walk("velorix_new", [] { return GridPtr(velorix_new()) != nullptr; });
-}
-
 TEST(OutOfMemory, Stations) {
-    const TempFile sites(kSites, "t.site");
+    walk("velorix_new", [] { return GridPtr(velorix_new()) != nullptr; });
+    const TempFile sites(
+        "AAA     2000001       -1   10.0000    0.0000    0.0000\n"
+        "BBB     2000001       -1   11.0000    0.0000    0.0000\n",
+        "t.site");
     for (const char* toml : {"time='all'", "time='2010001'\nstations=['BBB','AAA']"}) {
         const auto pf = velorix_test::parameters(toml);
         const GridPtr grid = velorix_test::new_grid();
@@ -38,25 +29,12 @@ TEST(OutOfMemory, Stations) {
     }
 }
 
-std::string many_points() {
-    std::string text;
-    for (int i = 0; i < 1001; ++i) text += "1 2 3\n";  // beyond the first capacity
-    return text;
-}
-
-TEST(OutOfMemory, CoordinatesFile) {
-    const TempFile points(many_points());
-    Coords* coords = nullptr;
-    walk("read_coords", [&] { return read_coords(points.c_str(), &coords, 0.0) == 0; });
-    ASSERT_NE(coords, nullptr);
-    EXPECT_EQ(coords->npoints, 1001);
-    coords_free(coords);
-}
-
 TEST(OutOfMemory, Builders) {
     const std::string common =
         "method='tttaup'\nmodel='iasp91'\ncompute_P=true\ncompute_distances=true\n";
-    const TempFile points(many_points());
+    std::string many;
+    for (int i = 0; i < 1001; ++i) many += "1 2 3\n";  // beyond the first capacity
+    const TempFile points(many);
     const auto file = velorix_test::parameters(common + "coords_file='" + points.path() + "'");
     const auto array = velorix_test::parameters(common);
     const Source source{1.0, 2.0, 3.0};
@@ -70,13 +48,24 @@ TEST(OutOfMemory, Builders) {
     EXPECT_EQ(grid->nn, 1);
 }
 
+TEST(OutOfMemory, StationWindow) {
+    const auto pf = velorix_test::changed(velorix_test::mesh_keys("1", {"depths", "[5]"}),
+                                          {{"pxstamax", "150"}});
+    const GridPtr grid =
+        velorix_test::grid_with_stations({{"A", 0.0, 0.0}, {"B", 0.0, 1.5}, {"FAR", 40.0, 60.0}});
+    walk("velorix_setup_edp_grid: ", [&] {
+        const bool done = velorix_setup_edp_grid(grid.get(), "grid", pf.get()) == 0;
+        EXPECT_EQ(grid->ns, done ? 2 : 3);
+        EXPECT_EQ(maxarr(grid->sta_arr), grid->ns);
+        EXPECT_EQ(getarr(grid->sta_arr, "B"), &grid->stations[1]);
+        return done;
+    });
+}
+
 TEST(OutOfMemory, HeapAndReaders) {
-    const TempFile sites(kSites, "t.site");
-    const auto pf =
-        velorix_test::parameters("time='all'\nmethod='tttaup'\nmodel='iasp91'\ncompute_P=true\n");
+    const auto pf = velorix_test::parameters("method='tttaup'\nmodel='iasp91'\ncompute_P=true\n");
     const Source source{1.0, 2.0, 3.0};
-    const GridPtr grid = velorix_test::new_grid();
-    ASSERT_EQ(velorix_setup_stations(grid.get(), sites.c_str(), pf.get()), 0);
+    const GridPtr grid = velorix_test::grid_with_stations({{"A", 10.0, 0.0}, {"B", 11.0, 0.0}});
     ASSERT_EQ(velorix_setup_fromsourcearray_grid(grid.get(), "g", 1, &source, pf.get()), 0);
     Heap heap;
     walk("velorix_create_heap", [&] { return heap.pack(grid.get()) > 0; });
