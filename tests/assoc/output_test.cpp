@@ -1,14 +1,15 @@
 // Catalogues as files: valid, whole or not there.
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
+#include <regex>
 #include <set>
+#include <variant>
 
 #include "output.h"
+#include "platform/db/db.h"
 #include "support/log_capture.h"
 #include "support/temp_file.h"
 #include "text.h"
@@ -17,33 +18,49 @@ namespace velorix::assoc {
 namespace {
 
 using testing::HasSubstr;
-using velorix_test::LogCapture;
 using velorix_test::read_file;
 using velorix_test::TempFolder;
 
+constexpr double kOriginTime = 1476403209.048;
+constexpr double kPickTime = 1476403211.61;
+
 Event an_event() {
     Event e;
-    e.time = 1476403209.048;
+    e.id = "20161014T000009";
+    e.time = kOriginTime;
     e.lat = -42.8176;
     e.lon = 179.9999;
     e.depth = 8.04;
     e.grid = "a grid, \"quoted\"";
-    e.model = "velmodel.tvel";
-    e.p = e.s = 1;
-    e.stations = 1;
+    e.model = "m.tvel";
+    e.p = e.s = e.defining = e.stations = 1;
+    e.scatter_weighted = 0.25;
+    e.error.time = 0.12;
+    e.error.depth = 2.5;
     e.error.major = 1.5;
-    for (char phase : {'P', 'S'}) {
-        EventPick p;
-        p.pick = {1476403211.61, "IV", "T&<>\"1202", "", "HHZ", "P", "a/b c", 0.97, -1};
-        p.phase = phase;
-        p.residual = -0.0539;
-        e.picks.push_back(p);
+    e.error.minor = 0.5;
+    e.error.strike = 135.5;
+    for (int i = 0; i < 4; ++i) {
+        for (int j = 0; j < 4; ++j) e.error.covariance[i][j] = 1.5 + i + j + 0.25 * i * j;
     }
+    EventPick p;
+    p.pick = {kPickTime, "IV", "T1202", "", "HHZ", "Pn", "a/b c", 12.5, 71};
+    p.residual = -0.0539;
+    p.delta = 1.2345;
+    p.esaz = 359.99;
+    p.seaz = 180.25;
+    p.weight = 0.875;
+    p.defining = true;
+    e.picks = {p, p};
+    e.picks[1].phase = 'S';
+    e.picks[1].defining = false;
+    e.picks[1].pick.arid = 72;
     return e;
 }
 
 Catalogue a_catalogue() {
     Catalogue events{an_event(), an_event()};
+    events[0].picks[0].pick.station = "T&<>\"1202";
     name_events(events);
     return events;
 }
@@ -60,23 +77,19 @@ TEST(IsoTime, RoundsAcrossTheYear) {
     EXPECT_EQ(iso_time(951782400, 0), "2000-02-29T00:00:00Z");
 }
 
+/// What the group of a pattern matches, everywhere in a text.
+std::vector<std::string> matches(const std::string& text, const char* pattern) {
+    const std::regex regex(pattern);
+    return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1), {}};
+}
+
 // What the schema cannot say: one value each, references that lead somewhere, no identifier twice.
 void check_references(const std::string& text) {
-    std::set<std::string> ids, references;
-    size_t at = 0;
-    for (size_t end; (at = text.find("publicID=\"", at)) != text.npos; at = end) {
-        at += std::strlen("publicID=\"");
-        end = text.find('"', at);
-        EXPECT_TRUE(ids.insert(text.substr(at, end - at)).second) << text.substr(at, end - at);
-    }
-    for (const char* tag : {"<pickID>", "<preferredOriginID>"}) {
-        for (at = 0; (at = text.find(tag, at)) != text.npos;) {
-            at += std::strlen(tag);
-            references.insert(text.substr(at, text.find('<', at) - at));
-        }
-    }
-    for (const std::string& reference : references)
-        EXPECT_EQ(ids.count(reference), 1u) << reference;
+    std::set<std::string> ids;
+    for (const std::string& id : matches(text, "publicID=\"([^\"]*)\""))
+        EXPECT_TRUE(ids.insert(id).second) << id;
+    for (const std::string& reference : matches(text, "<(?:pickID|preferredOriginID)>([^<]*)"))
+        EXPECT_TRUE(ids.contains(reference)) << reference;
     EXPECT_EQ(text.find("nan"), text.npos);
     EXPECT_EQ(text.find("inf"), text.npos);
 }
@@ -129,22 +142,167 @@ TEST(JsonLines, NumbersHaveTheDigitsThatCount) {
     EXPECT_THAT(text, HasSubstr("\"epoch\":1476403211.61,\"residual\":-0.0539,"));
 }
 
-TEST(WriteDocuments, PutsPicksBesideEvents) {
-    const TempFolder folder;
-    ASSERT_TRUE(write_documents({{"", "a"}, {"_picks", "b"}}, folder.path("out.csv")));
-    EXPECT_EQ(read_file(folder.path("out.csv")), "a");
-    EXPECT_EQ(read_file(folder.path("out_picks.csv")), "b");
-}
-
 TEST(WriteDocuments, LeavesWhatWasThereWhenItFails) {
     const TempFolder folder;
     folder.write("out", "old");
-    LogCapture log;
+    const velorix_test::LogCapture log;
     EXPECT_FALSE(write_documents({{"", "new"}, {"/no/such/folder", "b"}}, folder.path("out")));
     EXPECT_EQ(read_file(folder.path("out")), "old");
     EXPECT_THAT(log.text(), HasSubstr("cannot write"));
     const std::filesystem::directory_iterator files(folder.path());
     EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "a temporary file stayed";
+}
+
+// CSS3.0 catalogues: every column of the width that the schema has, read back by the database
+// service. Widths: CSS Version 3.0 Database: Schema Reference Manual (Anderson et al., Center for
+// Seismic Studies Technical Report C90-01, 1990).
+constexpr double kNoTime = -9999999999.999;
+constexpr long kNone = -1;
+constexpr const char* kAuthor = "velorix-assoc";
+constexpr double kUnknown = -999.0;
+constexpr double kNoCovariance = -999999999.9999;
+
+struct Column {
+    const char* name;
+    size_t width;
+    std::variant<long, double, std::string> value;
+};
+using Columns = std::vector<Column>;
+
+const Columns kEvent{{"evid", 8, 1L},      {"evname", 15, "20161014T000009"},
+                     {"prefor", 8, 1L},    {"auth", 15, kAuthor},
+                     {"commid", 8, kNone}, {"lddate", 17, "-"}};
+
+const Columns kOrigin{{"lat", 9, -42.8176},      {"lon", 9, 179.9999},   {"depth", 9, 8.04},
+                      {"time", 17, kOriginTime}, {"orid", 8, 1L},        {"evid", 8, 1L},
+                      {"jdate", 8, 2016288L},    {"nass", 4, 2L},        {"ndef", 4, 1L},
+                      {"ndp", 4, kNone},         {"grn", 8, kNone},      {"srn", 8, kNone},
+                      {"etype", 7, "-"},         {"depdp", 9, kUnknown}, {"dtype", 1, "f"},
+                      {"mb", 7, kUnknown},       {"mbid", 8, kNone},     {"ms", 7, kUnknown},
+                      {"msid", 8, kNone},        {"ml", 7, kUnknown},    {"mlid", 8, kNone},
+                      {"algorithm", 15, "grid"}, {"auth", 15, kAuthor},  {"commid", 8, kNone},
+                      {"lddate", 17, "-"}};
+
+// East is x, north y, depth z: covariance[i][j] is 1.5 + i + j + ij / 4.
+const Columns kOrigerr{
+    {"orid", 8, 1L},    {"sxx", 15, 3.75},  {"syy", 15, 1.5},     {"szz", 15, 6.5},
+    {"stt", 15, 9.75},  {"sxy", 15, 2.5},   {"sxz", 15, 5.0},     {"syz", 15, 3.5},
+    {"stx", 15, 6.25},  {"sty", 15, 4.5},   {"stz", 15, 8.0},     {"sdobs", 9, 0.25},
+    {"smajax", 9, 1.5}, {"sminax", 9, 0.5}, {"strike", 6, 135.5}, {"sdepth", 9, 2.5},
+    {"stime", 8, 0.12}, {"conf", 5, 0.683}, {"commid", 8, kNone}, {"lddate", 17, "-"}};
+
+const Columns kAssoc{
+    {"arid", 8, 71L},         {"orid", 8, 1L},      {"sta", 6, "T1202"},     {"phase", 8, "P"},
+    {"belief", 4, 9.99},      {"delta", 8, 1.2345}, {"seaz", 7, 180.25},     {"esaz", 7, 359.99},
+    {"timeres", 8, -0.0539},  {"timedef", 1, "d"},  {"azres", 7, kUnknown},  {"azdef", 1, "-"},
+    {"slores", 7, kUnknown},  {"slodef", 1, "-"},   {"emares", 7, kUnknown}, {"wgt", 6, 0.875},
+    {"vmodel", 15, "m.tvel"}, {"commid", 8, kNone}, {"lddate", 17, "-"}};
+
+const Columns kArrival{
+    {"sta", 6, "T1202"},   {"time", 17, kPickTime}, {"arid", 8, 71L},       {"jdate", 8, 2016288L},
+    {"stassid", 8, kNone}, {"chanid", 8, kNone},    {"chan", 8, "HHZ"},     {"iphase", 8, "Pn"},
+    {"stype", 1, "-"},     {"deltim", 6, -1.0},     {"azimuth", 7, -1.0},   {"delaz", 7, -1.0},
+    {"slow", 7, -1.0},     {"delslo", 7, -1.0},     {"ema", 7, -1.0},       {"rect", 7, -1.0},
+    {"amp", 10, -1.0},     {"per", 7, -1.0},        {"logat", 7, kUnknown}, {"clip", 1, "-"},
+    {"fm", 2, "-"},        {"snr", 10, 12.5},       {"qual", 1, "-"},       {"auth", 15, "-"},
+    {"commid", 8, kNone},  {"lddate", 17, "-"}};
+
+/// Compares a column of a record as the database service hands it out.
+void check_value(const Dbptr& record, const Column& column) {
+    const auto found = [&](void* out) {
+        EXPECT_EQ(dbgetv(record, nullptr, column.name, out, static_cast<char*>(nullptr)), 0);
+    };
+    SCOPED_TRACE(column.name);
+    if (const auto* text = std::get_if<std::string>(&column.value)) {
+        char value[32] = "";
+        found(value);
+        EXPECT_EQ(value, *text);
+    } else if (const auto* real = std::get_if<double>(&column.value)) {
+        double value = NAN;
+        found(&value);
+        EXPECT_NEAR(value, *real, 0.0006);
+    } else {
+        long value = 0;
+        found(&value);
+        EXPECT_EQ(value, std::get<long>(column.value));
+    }
+}
+
+/// The text of a row's column, by its width alone: nothing but blanks between columns.
+void check_widths(const std::string& row, const Columns& columns) {
+    size_t at = 0;
+    for (const Column& column : columns) {
+        EXPECT_TRUE(at == 0 || row[at - 1] == ' ') << "before " << column.name;
+        if (const auto* text = std::get_if<std::string>(&column.value)) {
+            std::string padded = *text;
+            padded.resize(column.width, ' ');
+            EXPECT_EQ(row.substr(at, column.width), padded) << column.name;
+        } else {
+            EXPECT_NE(row[at + column.width - 1], ' ') << column.name << " ends at its last column";
+        }
+        at += column.width + 1;
+    }
+    EXPECT_EQ(row.size(), at - 1);
+}
+
+void check_table(const std::string& base, const char* table, long rows, const Columns& columns) {
+    const std::string text = read_file(base + "." + table);
+    check_widths(text.substr(0, text.find('\n')), columns);
+    Dbptr db;
+    ASSERT_EQ(dbopen(base.c_str(), "r", &db), 0);
+    const Dbptr record = dblookup(db, nullptr, table, nullptr, nullptr);
+    long count = 0;
+    EXPECT_EQ(dbquery(record, dbRECORD_COUNT, &count), 0) << table;
+    EXPECT_EQ(count, rows) << table;
+    for (const Column& column : columns) check_value(record, column);
+    dbclose(&db);
+}
+
+TEST(CssCatalogue, ReadsBackThroughTheDatabaseServiceColumnByColumn) {
+    const TempFolder folder;
+    const std::string base = folder.path("cat");
+    ASSERT_TRUE(write_documents(css_documents({an_event(), an_event()}), base));
+    check_table(base, "event", 2, kEvent);
+    check_table(base, "origin", 2, kOrigin);
+    check_table(base, "origerr", 2, kOrigerr);
+    check_table(base, "assoc", 4, kAssoc);
+    check_table(base, "arrival", 2, kArrival);  // both events share their picks
+}
+
+TEST(CssCatalogue, ValuesThatDoNotFitOrAreNotKnownReadBackAsNull) {
+    Event wide = an_event(), unknown = an_event();
+    wide.depth = 1e12;
+    wide.error.covariance[0][0] = 1e300;
+    wide.error.major = NAN;
+    wide.picks[0].residual = -123456;
+    wide.picks[0].pick.station = "a b\xc3\xa9TOOLONG";
+    wide.picks[0].pick.time = -1e300;
+    wide.picks[0].pick.channel = "TOOLONGCHANNEL";
+    unknown.error = {};
+    const TempFolder folder;
+    const std::string base = folder.path("cat");
+    ASSERT_TRUE(write_documents(css_documents({wide, unknown}), base));
+    Dbptr db;
+    ASSERT_EQ(dbopen(base.c_str(), "r", &db), 0);
+    const struct {
+        const char* table;
+        int record;
+        Columns columns;
+    } cases[] = {
+        {"origin", 0, {{"depth", 9, kUnknown}}},
+        {"origerr", 0, {{"syy", 15, kNoCovariance}, {"smajax", 9, -1.0}}},
+        {"assoc", 0, {{"timeres", 8, kUnknown}}},
+        {"arrival", 0, {{"sta", 6, "a_b__T"}, {"time", 17, kNoTime}, {"chan", 8, "TOOLONGC"}}},
+        {"arrival", 0, {{"jdate", 8, kNone}}},
+        {"origerr", 1, {{"sxx", 15, kNoCovariance}, {"stt", 15, kNoCovariance}}},
+        {"origerr", 1, {{"sxy", 15, kNoCovariance}, {"smajax", 9, -1.0}}},
+        {"origerr", 1, {{"strike", 6, -1.0}, {"sdepth", 9, -1.0}, {"stime", 8, -1.0}}}};
+    for (const auto& c : cases) {
+        Dbptr record = dblookup(db, nullptr, c.table, nullptr, nullptr);
+        record.record = c.record;
+        for (const Column& column : c.columns) check_value(record, column);
+    }
+    dbclose(&db);
 }
 
 }  // namespace

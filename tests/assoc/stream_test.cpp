@@ -19,9 +19,8 @@ std::vector<Station> network() {
     std::vector<Station> out;
     for (int i = 0; i < 16; ++i) {
         const int row = i / 4;
-        Station station{0.13 + 0.2 * row + 0.03 * (i % 3), 0.11 + 0.2 * (i % 4), 0.0, {}, i, 0};
-        snprintf(station.sta, sizeof station.sta, "S%02d", i);
-        out.push_back(station);
+        const double lat = 0.13 + 0.2 * row + 0.03 * (i % 3), lon = 0.11 + 0.2 * (i % 4);
+        out.push_back(velorix_test::make_station(std::to_string(100 + i), lat, lon));
     }
     return out;
 }
@@ -48,36 +47,27 @@ std::vector<Pick> picks_of(const std::vector<Quake>& quakes, int noise, unsigned
     for (const Quake& q : quakes) {
         for (const Station& s : stations) {
             const double delta = flat_distance(q.lat, q.lon, s.lat, s.lon);
-            picks.push_back(
-                pick_of(s, "P", q.time + ray_time(delta, q.depth, 6.0) + error(random)));
-            picks.push_back(
-                pick_of(s, "S", q.time + ray_time(delta, q.depth, 3.5) + error(random)));
+            for (const auto& [phase, velocity] : {std::pair{"P", 6.0}, std::pair{"S", 3.5}}) {
+                const double travel = ray_time(delta, q.depth, velocity);
+                picks.push_back(pick_of(s, phase, q.time + travel + error(random)));
+            }
         }
     }
     std::uniform_real_distribution<double> when(0.0, 1000.0);
     for (int i = 0; i < noise; ++i) {
         picks.push_back(pick_of(stations[random() % 16], i % 2 ? "P" : "S", 1e9 + when(random)));
     }
-    std::sort(picks.begin(), picks.end(),
-              [](const Pick& a, const Pick& b) { return a.time < b.time; });
+    std::ranges::sort(picks, {}, &Pick::time);
     return picks;
 }
 
-// The records made by hand lack the byte size from which the extreme times are found.
-void set_table_size(Velorix& grid) { grid.ttsize = grid.nn * grid.ns * 4; }
-
 class Associating : public testing::Test {
   protected:
-    Associating() {
-        options_.nx = options_.ny = 19;
-        options_.spacing = 0.05;
-        options_.depths = {1, 5, 9, 13, 17};
-    }
+    // The records made by hand lack the byte size from which the extreme times are found.
+    Associating() { tiny_.grid.ttsize = tiny_.grid.nn * tiny_.grid.ns * 4; }
     std::vector<Event> run(const std::vector<Pick>& picks, int threads = 1, double from = 0.0) {
-        velorix_test::TinyGrid tiny(network(), options_);
-        set_table_size(tiny.grid);
         GridSet grids;
-        EXPECT_TRUE(grids.add(&tiny.grid, file_, threads));
+        EXPECT_TRUE(grids.add(&tiny_.grid, file_, threads));
         for (SearchGrid& grid : grids.grids()) std::fill(grid.alive.begin(), grid.alive.end(), 1);
         Associator associator(grids, rules_);
         for (const Pick& pick : picks) {
@@ -92,7 +82,8 @@ class Associating : public testing::Test {
         return events;
     }
 
-    velorix_test::TinyGridOptions options_;
+    velorix_test::TinyGrid tiny_{
+        network(), {.nx = 19, .ny = 19, .depths = {1, 5, 9, 13, 17}, .spacing = 0.05}};
     ParameterFile file_;
     ProgramRules rules_;
     long most_waiting_ = 0;
@@ -146,6 +137,71 @@ TEST_F(Associating, DoesNotDependOnWhereTheStreamBegins) {
     }
 }
 
+TEST_F(Associating, ReusedPicksCostNoEvent) {
+    const auto picks = picks_of(quakes_, 150, 1);
+    rules_.reuse_picks = true;
+    EXPECT_EQ(run(picks).size(), quakes_.size());
+}
+
+// Station 105 has one P and one S.
+TEST_F(Associating, ParametersOfTheGridSayWhichPicksJoin) {
+    const auto picks = picks_of({quakes_[0]}, 0, 8);
+    const struct {
+        const char* toml;
+        int p, s;
+        const char* of_105;  // phases; small where they do not define the event
+    } cases[] = {{"", 16, 16, "PS"},
+                 {"associate_S = false", 16, 0, "P"},
+                 {"try_S = false", 16, 16, "PS"},
+                 {"station_weights = ['105 0 1 9 9', '.* 1 1 9 9']", 16, 16, "pS"},
+                 {"station_weights = ['105 1 1 0 0', '.* 1 1 9 9']", 15, 15, ""},
+                 {"p_weights = ['0 0', '1 0']", 0, 0, ""}};
+    for (const auto& c : cases) {
+        ParameterFile file;
+        ASSERT_EQ(pfparse((std::string("[grids.tiny]\n") + c.toml).c_str(), "test", &file.root), 0);
+        std::swap(file_.root, file.root);
+        const auto events = run(picks);
+        std::swap(file_.root, file.root);
+        if (c.p == 0) {
+            EXPECT_TRUE(events.empty()) << "no P defines one";
+            continue;
+        }
+        ASSERT_EQ(events.size(), 1u) << c.toml;
+        EXPECT_EQ(events[0].p, c.p) << c.toml;
+        EXPECT_EQ(events[0].s, c.s) << c.toml;
+        std::string phases;
+        for (const EventPick& pick : events[0].picks) {
+            if (pick.pick.station == "105")
+                phases += static_cast<char>(pick.defining ? pick.phase : std::tolower(pick.phase));
+        }
+        EXPECT_EQ(phases, c.of_105) << c.toml;
+    }
+}
+
+// Near a station the limits span the time between P and S.
+TEST_F(Associating, SComesAfterP) {
+    GridSet grids;
+    ASSERT_TRUE(grids.add(&tiny_.grid, file_, 1));
+    SearchGrid& grid = grids.grids()[0];
+    const Spot spot{2.0, 3.0, 2.0};
+    const Times times = grid.times.times(spot, 0);
+    const double between = times.s - times.p;
+    grid.stations[0].p_limit = grid.stations[0].s_limit = between;
+    Waiting late_p, early_s;
+    late_p.pick.time = 1e9 + times.p + 0.7 * between;
+    early_s.pick.time = 1e9 + times.s - 0.4 * between;
+    for (Waiting* w : {&late_p, &early_s}) w->roles = {{.station = 0, .place = 0}};
+    late_p.roles[0].p = early_s.roles[0].s = true;
+    ASSERT_LT(early_s.pick.time, late_p.pick.time);
+    Waiting* const picks[] = {&early_s, &late_p};
+    Solution at;
+    at.spot = spot;
+    at.time = 1e9;
+    const auto members = Locator(grid, 0).associate(picks, at, 1.0);
+    ASSERT_EQ(members.size(), 1u);
+    EXPECT_EQ(members[0].phase, 'S') << "it fits better";
+}
+
 TEST_F(Associating, NoiseAloneIsNoEvent) { EXPECT_TRUE(run(picks_of({}, 400, 4)).empty()); }
 
 TEST_F(Associating, HoldsPicksOfAFewWindowsOnly) {
@@ -169,45 +225,29 @@ TEST_F(Associating, SPicksLabelledPAreRecognisedWhenLabelsAreNotTrusted) {
 TEST_F(Associating, SaysWhyAPickWasLeftOut) {
     auto picks = picks_of({quakes_[0]}, 0, 7);
     for (Pick& pick : picks) {
-        if (pick.station == "S05" && pick.phase == "P") pick.time += 1.2;
+        if (pick.station == "105" && pick.phase == "P") pick.time += 1.2;
     }
-    std::sort(picks.begin(), picks.end(),
-              [](const Pick& a, const Pick& b) { return a.time < b.time; });
+    std::ranges::sort(picks, {}, &Pick::time);
     const auto events = run(picks);
     ASSERT_EQ(events.size(), 1u);
     ASSERT_EQ(events[0].left_out.size(), 1u);
-    EXPECT_EQ(events[0].left_out[0].pick.station, "S05");
+    EXPECT_EQ(events[0].left_out[0].pick.station, "105");
     EXPECT_THAT(events[0].left_out[0].reason, testing::HasSubstr("residual beyond"));
 }
 
-TEST_F(Associating, CountsStationsInNoGrid) {
-    velorix_test::TinyGrid tiny(network(), options_);
-    set_table_size(tiny.grid);
-    GridSet grids;
-    ASSERT_TRUE(grids.add(&tiny.grid, file_, 1));
-    Associator associator(grids, rules_);
-    Pick pick = pick_of(network()[0], "P", 1e9);
-    pick.station = "ELSE";
-    ASSERT_TRUE(associator.add(pick));
-    ASSERT_TRUE(associator.finish());
-    EXPECT_EQ(associator.unknown().at("XX.ELSE"), 1);
-}
-
 TEST_F(Associating, ParametersReadBackAsTheyAreShown) {
-    velorix_test::TinyGrid tiny(network(), options_);
-    set_table_size(tiny.grid);
     GridSet first, second;
     ASSERT_TRUE(pfparse("[events.tiny]\nmin_picks = 11\n[grids.tiny]\ncluster_twin = "
                         "0.7\nnsta_thresh = [\"1.5 4\"]\n",
                         "test", &file_.root) == 0);
-    ASSERT_TRUE(first.add(&tiny.grid, file_, 1));
+    ASSERT_TRUE(first.add(&tiny_.grid, file_, 1));
     const std::string shown =
         show_grid_rules("tiny", *first.grids()[0].search, first.grids()[0].rules);
     EXPECT_THAT(shown, testing::HasSubstr("min_picks = 11\n"));
     EXPECT_THAT(shown, testing::HasSubstr("cluster_twin = 0.7\n"));
     ParameterFile again;
     ASSERT_EQ(pfparse(shown.c_str(), "shown", &again.root), 0);
-    ASSERT_TRUE(second.add(&tiny.grid, again, 1));
+    ASSERT_TRUE(second.add(&tiny_.grid, again, 1));
     EXPECT_EQ(show_grid_rules("tiny", *second.grids()[0].search, second.grids()[0].rules), shown);
 }
 

@@ -69,58 +69,49 @@ void* realloc(void* block, size_t size) {
     return allocation_fails() ? NULL : __libc_realloc(block, size);
 }
 
-/* POSIX, unlike C, lets dlsym hand out functions. */
+/* The function of the C library behind the one of the same name here. POSIX, unlike C, lets dlsym
+ * hand out functions. */
 #pragma GCC diagnostic ignored "-Wpedantic"
-static void* next(const char* name) { return dlsym(RTLD_NEXT, name); }
+#define REAL(function) ((__typeof__(function)*)dlsym(RTLD_NEXT, #function))
 
 int __libc_start_main(int (*main)(int, char**, char**), int argc, char** argv, void (*init)(void),
                       void (*fini)(void), void (*rtld_fini)(void), void* stack_end) {
-    int (*real)(int (*)(int, char**, char**), int, char**, void (*)(void), void (*)(void),
-                void (*)(void), void*) =
-        (int (*)(int (*)(int, char**, char**), int, char**, void (*)(void), void (*)(void),
-                 void (*)(void), void*))next("__libc_start_main");
     program = main;
-    return real(begin, argc, argv, init, fini, rtld_fini, stack_end);
+    return REAL(__libc_start_main)(begin, argc, argv, init, fini, rtld_fini, stack_end);
 }
 
 ssize_t write(int fd, const void* data, size_t size) {
-    ssize_t (*real)(int, const void*, size_t) = (ssize_t(*)(int, const void*, size_t))next("write");
-    if (fd <= STDERR_FILENO || !is("write")) return real(fd, data, size);
+    if (fd <= STDERR_FILENO || !is("write")) return REAL(write)(fd, data, size);
     const long n = atomic_fetch_add(&writes, 1) + 1;
-    if (n == number && size > 1) return real(fd, data, size / 2);
-    if (n < number) return real(fd, data, size);
+    if (n == number && size > 1) return REAL(write)(fd, data, size / 2);
+    if (n < number) return REAL(write)(fd, data, size);
     errno = ENOSPC;
     return -1;
 }
 
 ssize_t read(int fd, void* data, size_t size) {
-    ssize_t (*real)(int, void*, size_t) = (ssize_t(*)(int, void*, size_t))next("read");
-    if (!is("read")) return real(fd, data, size);
+    if (!is("read")) return REAL(read)(fd, data, size);
     if (atomic_fetch_add(&reads, 1) % 2 == 0) {
         errno = EINTR;
         return -1;
     }
-    return real(fd, data, size < (size_t)number ? size : (size_t)number);
+    return REAL(read)(fd, data, size < (size_t)number ? size : (size_t)number);
 }
 
 int fsync(int fd) {
-    int (*real)(int) = (int (*)(int))next("fsync");
-    if (!is("fsync")) return real(fd);
+    if (!is("fsync")) return REAL(fsync)(fd);
     errno = EIO;
     return -1;
 }
 
 int rename(const char* from, const char* to) {
-    int (*real)(const char*, const char*) = (int (*)(const char*, const char*))next("rename");
-    if (!is("rename")) return real(from, to);
+    if (!is("rename")) return REAL(rename)(from, to);
     errno = EACCES;
     return -1;
 }
 
 void* mmap(void* place, size_t size, int protection, int flags, int fd, off_t offset) {
-    void* (*real)(void*, size_t, int, int, int, off_t) =
-        (void* (*)(void*, size_t, int, int, int, off_t))next("mmap");
-    void* mapped = real(place, size, protection, flags, fd, offset);
+    void* mapped = REAL(mmap)(place, size, protection, flags, fd, offset);
     if (is("shrink") && fd >= 0) {
         char path[64];
         snprintf(path, sizeof path, "/proc/self/fd/%d", fd);

@@ -5,8 +5,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
+#include <optional>
 #include <string>
 
 #include "support/parameters.h"
@@ -33,11 +33,10 @@ void require(bool good, const char* what) {
 
 // Parameters, station database, builder, packing, travel times, writing, reading back, release.
 void build_grid(const TempFolder& folder, int number) {
-    const char* const kinds[] = {"type='3d'", "type='1d'\nndist=50"};
     const auto pf = parameters(
         "time='all'\nmethod='tttaup'\nmodel='ak135'\ncompute_P=true\ncompute_S=true\n"
         "latr=40\nlonr=-110\nnx=6\nny=5\nxmin=-1\nxmax=1\nymin=-1\nymax=1\ndepths=[0,10,30]\n" +
-        std::string(kinds[number % 2]));
+        std::string(number % 2 ? "type='1d'\nndist=50" : "type='3d'"));
     const GridPtr grid = new_grid();
     require(velorix_setup_stations(grid.get(), folder.path("net.txt").c_str(), pf.get()) == 0,
             "velorix_setup_stations");
@@ -55,9 +54,6 @@ void build_grid(const TempFolder& folder, int number) {
 class Scans {
   public:
     Scans() : grid_(ring_of_stations(20), {.depths = {5.0, 15.0}}) {}
-    ~Scans() { velorix_free_search(search_); }
-    Scans(const Scans&) = delete;
-    Scans& operator=(const Scans&) = delete;
 
     void run(int number) {
         if (number % 100 == 0) set_up();
@@ -69,9 +65,10 @@ class Scans {
             picks.add(station.sta, "BHZ", "P", 1e9 + ray_time(delta, 5.0, 6.0));
             picks.add(station.sta, "BHN", "S", 1e9 + ray_time(delta, 5.0, 3.5));
         }
-        require(picks.set_up(*search_) == 20, "velorix_setup_staobs");
-        search_->grid_type_string[0] = '\0';
-        const Scan found(*search_, picks.stao_tbl);
+        SearchParams& search = **search_;
+        require(picks.set_up(search) == 20, "velorix_setup_staobs");
+        search.grid_type_string[0] = '\0';
+        const Scan found(search, picks.stao_tbl);
         require(found.result == 0 && found.ncluster > 35, "velorix_scan_grid");
         GridResults* result = nullptr;
         require(velorix_make_result(by_name_, "tiny", picks.stao_tbl, picks.list, found.std,
@@ -83,17 +80,16 @@ class Scans {
 
   private:
     void set_up() {
-        velorix_free_search(search_);
-        search_ = velorix_new_search(&grid_.grid);
-        require(search_ != nullptr, "velorix_new_search");
-        search_->number_threads = 2;
-        require(velorix_setup_search(search_) == 0, "velorix_setup_search");
+        SearchParams* search = search_.emplace(grid_.grid).sp;
+        require(search != nullptr, "velorix_new_search");
+        search->number_threads = 2;
+        require(velorix_setup_search(search) == 0, "velorix_setup_search");
         if (!by_name_) by_name_ = newarr(nullptr);
-        setarr(by_name_, "tiny", search_);
+        setarr(by_name_, "tiny", search);
     }
 
     TinyGrid grid_;
-    SearchParams* search_ = nullptr;
+    std::optional<Search> search_;
     Arr* by_name_ = nullptr;
 };
 

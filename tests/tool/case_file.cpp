@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <stdexcept>
 
@@ -10,14 +11,14 @@
 namespace velorix_test {
 namespace {
 
+constexpr const char* kParameters = "velorix.toml";
+
 std::vector<std::string> split(const std::string& text) {
     std::istringstream in(text);
     std::vector<std::string> words;
     for (std::string word; in >> word;) words.push_back(word);
     return words;
 }
-
-int hex_digit(char c) { return c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10; }
 
 std::string unescaped(const std::string& line) {
     std::string out;
@@ -28,7 +29,7 @@ std::string unescaped(const std::string& line) {
         }
         const char kind = line.at(++i);
         if (kind == 'x') {
-            out += static_cast<char>(hex_digit(line.at(i + 1)) * 16 + hex_digit(line.at(i + 2)));
+            out += static_cast<char>(std::stoi(line.substr(i + 1, 2), nullptr, 16));
             i += 2;
         } else {
             out += kind == 'n' ? '\n' : kind == 'r' ? '\r' : kind;
@@ -37,34 +38,38 @@ std::string unescaped(const std::string& line) {
     return out;
 }
 
-/// Replaces the line of a key, or removes it when `line` is empty.
+/// Replaces the line of a key or adds one at the end; removes it when `line` is empty.
 void edit(std::string& toml, const std::string& key, const std::string& line) {
-    std::istringstream in(toml);
-    std::string edited;
-    bool found = false;
-    for (std::string old; std::getline(in, old);) {
-        if (!old.starts_with(key + " ")) {
-            edited += old + '\n';
-        } else if (!line.empty()) {
-            edited += line + '\n';
-            found = true;
-        }
-    }
-    toml = edited + (found || line.empty() ? "" : line + '\n');
+    const size_t at = std::min(('\n' + toml).find('\n' + key + ' '), toml.size());
+    const size_t end = std::min(toml.find('\n', at), toml.size() - 1) + 1;
+    toml.replace(at, end - at, line.empty() ? line : line + '\n');
 }
 
-Output output_kind(const std::string& name) {
-    if (name == "full-device") return Output::full_device;
-    if (name == "pipe-without-reader") return Output::pipe_without_reader;
-    if (name == "closed") return Output::closed;
-    throw std::runtime_error("unknown output " + name);
-}
+const std::map<std::string, Output> kOutputs{{"full-device", Output::full_device},
+                                             {"pipe-without-reader", Output::pipe_without_reader},
+                                             {"closed", Output::closed}};
+
+/// What the rest of a directive's line does to its case.
+const std::map<std::string, std::function<void(Case&, const std::string&)>> kDirectives{
+    {"@run", [](auto& c, auto& rest) { c.command.words = split(rest); }},
+    {"@set", [](auto& c, auto& rest) { edit(c.files[kParameters], split(rest).at(0), rest); }},
+    {"@drop", [](auto& c, auto& rest) { edit(c.files[kParameters], rest, ""); }},
+    {"@heap",
+     [](auto& c, auto& rest) { c.files[split(rest).at(0)] = synthetic_grids(split(rest).at(1)); }},
+    {"@folder", [](auto& c, auto& rest) { c.folders.push_back(rest); }},
+    {"@env", [](auto& c, auto& rest) { c.command.environment.push_back(rest); }},
+    {"@in", [](auto& c, auto& rest) { c.input_file = rest; }},
+    {"@to", [](auto& c, auto& rest) { c.command.output = kOutputs.at(rest); }},
+    {"@grids", [](auto& c, auto& rest) { c.grids = split(rest); }},
+    {"@status", [](auto& c, auto& rest) { c.status = std::stoi(rest); }}};
 
 class Reader {
   public:
     void line(const std::string& line) {
         if (line.starts_with("== ")) {
-            start_case(line.substr(3));
+            cases_.push_back(shared_);
+            cases_.back().name = line.substr(3);
+            text_ = nullptr;
         } else if (line.starts_with("@")) {
             directive(line);
         } else if (text_) {
@@ -76,71 +81,21 @@ class Reader {
     std::vector<Case> finish() { return std::move(cases_); }
 
   private:
-    Case& current() { return cases_.empty() ? shared_ : cases_.back(); }
-
-    void start_case(const std::string& name) {
-        Case fresh = shared_;
-        fresh.name = name;
-        cases_.push_back(std::move(fresh));
-        text_ = nullptr;
-    }
-
-    void start_text(std::string& text, bool escaped = false) {
-        text.clear();
-        text_ = &text;
-        escaped_ = escaped;
-    }
-
     void directive(const std::string& line) {
         const size_t space = std::min(line.find(' '), line.size());
         const std::string name = line.substr(0, space);
         const std::string rest = line.substr(std::min(space + 1, line.size()));
+        Case& c = cases_.empty() ? shared_ : cases_.back();
         text_ = nullptr;
-        if (!text_directive(name, rest) && !value_directive(name, rest))
-            throw std::runtime_error("unknown directive " + name);
-    }
-
-    bool text_directive(const std::string& name, const std::string& rest) {
-        Case& c = current();
-        if (name == "@file" || name == "@bytes") {
-            start_text(c.files[rest], name == "@bytes");
-        } else if (name == "@out" || name == "@err") {
-            start_text(name == "@out" ? c.out : c.err);
+        if (name == "@file" || name == "@bytes") text_ = &c.files[rest];
+        if (name == "@out") text_ = &c.out;
+        if (name == "@err") text_ = &c.err;
+        escaped_ = name == "@bytes";
+        if (text_) {
+            text_->clear();
         } else {
-            return false;
+            kDirectives.at(name)(c, rest);
         }
-        return true;
-    }
-
-    bool value_directive(const std::string& name, const std::string& rest) {
-        Case& c = current();
-        std::vector<std::string> words = split(rest);
-        std::string& toml = c.files["velorix.toml"];
-        if (name == "@run") {
-            c.command.words = std::move(words);
-        } else if (name == "@before") {
-            c.before.emplace_back(words.at(0),
-                                  std::vector<std::string>(words.begin() + 1, words.end()));
-        } else if (name == "@set" || name == "@drop") {
-            edit(toml, words.at(0), name == "@set" ? rest : "");
-        } else if (name == "@heap") {
-            c.files[words.at(0)] = synthetic_grids(words.at(1));
-        } else if (name == "@folder") {
-            c.folders.push_back(rest);
-        } else if (name == "@env") {
-            c.command.environment.push_back(rest);
-        } else if (name == "@in") {
-            c.input_file = rest;
-        } else if (name == "@to") {
-            c.command.output = output_kind(rest);
-        } else if (name == "@grids") {
-            c.grids = std::move(words);
-        } else if (name == "@status") {
-            c.status = std::stoi(rest);
-        } else {
-            return false;
-        }
-        return true;
     }
 
     Case shared_;

@@ -1,11 +1,10 @@
 #ifndef VELORIX_TESTS_TOOL_CASE_FILE_H
 #define VELORIX_TESTS_TOOL_CASE_FILE_H
 /*
- * Command-line cases as text. A case file starts with files that all its cases share; "== name"
- * starts a case. Directives, each on a line of its own:
+ * Command-line cases as text. A case file starts with what all its cases share; "== name" starts a
+ * case. Directives, each on a line of its own:
  *
  *   @run WORDS...        the command; program of the build and its arguments
- *   @before FILE WORDS.. a command run first, its standard output kept in FILE
  *   @file NAME           the following lines are the content of this file (none: an empty file)
  *   @bytes NAME          the same with \n, \r, \\ and \xHH escapes, line ends dropped
  *   @heap NAME KIND      a grid file of synthetic_grids.h
@@ -22,7 +21,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "program.h"
@@ -33,7 +31,6 @@ struct Case {
     std::string name;
     std::map<std::string, std::string> files;
     std::vector<std::string> folders;
-    std::vector<std::pair<std::string, std::vector<std::string>>> before;
     Command command;
     std::string input_file;
     std::string out;

@@ -1,9 +1,13 @@
 #ifndef VELORIX_TESTS_TOOL_PROGRAM_H
 #define VELORIX_TESTS_TOOL_PROGRAM_H
 // Runs a built program as a user would and collects what it writes.
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include "support/temp_file.h"
 
 namespace velorix_test {
 
@@ -24,8 +28,30 @@ struct Finished {
     std::string err;
 };
 
-/// Throws when the program cannot be started.
-Finished run(const Command& command);
+/// A program whose standard error is read as it comes. One that cannot be started ends with 126.
+class Running {
+  public:
+    explicit Running(Command command);
+    ~Running();
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    /// Reads until `wanted` has come, or to the end; gives all that has come so far.
+    const std::string& read_until(const std::string& wanted);
+    void signal(int number) const;
+    /// Waits for the end, once.
+    Finished finish();
+
+  private:
+    bool read_more();
+
+    TempFolder files_;
+    pid_t process_ = 0;
+    int err_ = -1;
+    std::string text_;
+};
+
+inline Finished run(const Command& command) { return Running(command).finish(); }
 
 }  // namespace velorix_test
 #endif

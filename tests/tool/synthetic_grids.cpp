@@ -1,71 +1,17 @@
 #include "synthetic_grids.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
-#include <memory>
 #include <stdexcept>
 #include <vector>
 
-#include "velorix.h"
+#include "support/parameters.h"
+#include "support/tiny_grid.h"
 
 namespace velorix_test {
 namespace {
 
-template <class T>
-T* marker() {
-    return reinterpret_cast<T*>(1);
-}
-
-/// A record and what it points to until it is packed.
-struct Layout {
-    Velorix grid{};
-    std::vector<Station> stations{{0, 30, 0.5, "AAA", 0, 0}, {0, -60, -0.25, "B", 1, 0}};
-    std::vector<Source> sources;
-    std::vector<double> depths;
-};
-
-Layout general_mesh(const std::string& name, std::vector<Source> sources) {
-    Layout layout;
-    Velorix& grid = layout.grid;
-    grid.mode = VELORIX_MODE_GENERAL;
-    grid.type = VELORIX_TYPE_3D;
-    grid.nn = static_cast<int32_t>(sources.size());
-    grid.nh = grid.nn;
-    grid.ttsize = grid.nn * 2 * 4;
-    grid.P_times = marker<float>();
-    for (double* unset : {&grid.strike, &grid.xmin, &grid.xmax, &grid.ymin, &grid.ymax}) {
-        *unset = -999.0;
-    }
-    std::memcpy(grid.name, name.data(), name.size());
-    layout.sources = std::move(sources);
-    layout.depths = {0.0};
-    return layout;
-}
-
-Layout distance_table() {
-    Layout layout = general_mesh("table", {{-10, 179, 0}, {-10, -179, 0}});
-    Velorix& grid = layout.grid;
-    grid.mode = VELORIX_MODE_REGULAR;
-    grid.type = VELORIX_TYPE_1D;
-    grid.nx = 2;
-    grid.ny = 1;
-    grid.nn = 4;
-    grid.ndist = 3;
-    grid.dssize = 3 * 4;
-    grid.ttsize = 3 * 2 * 4;
-    grid.ttosize = 2 * 2 * 2;
-    grid.S_times = marker<float>();
-    grid.distances = marker<float>();
-    grid.ttoffsets = marker<uint16_t>();
-    grid.latr = -10;
-    grid.lonr = 180;
-    grid.strike = 90;
-    grid.xmin = -1;
-    grid.xmax = 1;
-    grid.ymin = grid.ymax = 0;
-    layout.depths = {0, 33.5};
-    return layout;
-}
+const std::vector<Station> kStations{{0, 30, 0.5, "AAA", 0, 0}, {0, -60, -0.25, "B", 1, 0}};
 
 void fill_tables(const Velorix& grid) {
     const bool table = grid.type == VELORIX_TYPE_1D;
@@ -80,28 +26,55 @@ void fill_tables(const Velorix& grid) {
     if (table) std::memcpy(grid.ttoffsets, offsets, sizeof offsets);
 }
 
-std::string heap(Layout layout) {
-    Velorix& grid = layout.grid;
-    grid.magic = VELORIX_MAGIC;
+std::string heap(TinyGrid& tiny, const std::vector<Source>& sources) {
+    Velorix& grid = tiny.grid;
+    std::copy(sources.begin(), sources.end(), grid.sources);
     std::strcpy(grid.method, "tttaup");
     std::strcpy(grid.model, "iasp91");
-    grid.ns = static_cast<int32_t>(layout.stations.size());
-    grid.nd = static_cast<int32_t>(layout.depths.size());
     grid.stsize = grid.ns * static_cast<int32_t>(sizeof(Station));
     grid.dpsize = grid.nd * static_cast<int32_t>(sizeof(double));
     grid.srsize = grid.nh * static_cast<int32_t>(sizeof(Source));
-    grid.stations = layout.stations.data();
-    grid.depths = layout.depths.data();
-    grid.sources = layout.sources.data();
-    char* packed = nullptr;
-    int32_t nbytes = 0;
-    int32_t capacity = 0;
-    if (velorix_create_heap(&grid, &packed, &nbytes, &capacity) < 0) {
-        throw std::runtime_error("cannot pack a synthetic grid");
-    }
-    const std::unique_ptr<char, void (*)(void*)> owner(packed, std::free);
+    Heap packed;
+    if (packed.pack(&grid) < 0) throw std::runtime_error("cannot pack a synthetic grid");
     fill_tables(grid);
-    return {packed, static_cast<size_t>(nbytes)};
+    return packed.text();
+}
+
+std::string general_mesh(const std::string& name, const std::vector<Source>& sources) {
+    TinyGrid tiny(kStations, {.mode = VELORIX_MODE_GENERAL,
+                              .nx = static_cast<int>(sources.size()),
+                              .ny = 1,
+                              .depths = {0.0},
+                              .s_times = false,
+                              .distances = false,
+                              .name = name});
+    Velorix& grid = tiny.grid;
+    grid.ttsize = grid.nn * 2 * 4;
+    float present = 0.0F;
+    grid.P_times = &present;  // without nodes there is a table without entries
+    for (double* unset : {&grid.strike, &grid.xmin, &grid.xmax, &grid.ymin, &grid.ymax}) {
+        *unset = -999.0;
+    }
+    return heap(tiny, sources);
+}
+
+std::string distance_table() {
+    TinyGrid tiny(kStations, {.type = VELORIX_TYPE_1D,
+                              .nx = 2,
+                              .ny = 1,
+                              .depths = {0, 33.5},
+                              .ndist = 3,
+                              .name = "table"});
+    Velorix& grid = tiny.grid;
+    grid.dssize = 3 * 4;
+    grid.ttsize = 3 * 2 * 4;
+    grid.ttosize = 2 * 2 * 2;
+    grid.latr = -10;
+    grid.lonr = 180;
+    grid.strike = 90;
+    grid.xmin = -1;
+    grid.xmax = 1;
+    return heap(tiny, {{-10, 179, 0}, {-10, -179, 0}});
 }
 
 /// 64 bytes and no terminator.
@@ -113,10 +86,9 @@ std::string odd_name() {
 }  // namespace
 
 std::string synthetic_grids(const std::string& kind) {
-    if (kind == "empty") return heap(general_mesh("empty", {}));
-    if (kind == "odd") return heap(general_mesh(odd_name(), {{0, 0, 10}}));
-    return heap(general_mesh("list, of points", {{0, 0, 10}, {45, 90, 600}})) +
-           heap(distance_table());
+    if (kind == "empty") return general_mesh("empty", {});
+    if (kind == "odd") return general_mesh(odd_name(), {{0, 0, 10}});
+    return general_mesh("list, of points", {{0, 0, 10}, {45, 90, 600}}) + distance_table();
 }
 
 }  // namespace velorix_test

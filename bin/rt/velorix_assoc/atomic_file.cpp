@@ -21,9 +21,12 @@ namespace {
 /// there already and is no file (a device, a pipe) is written as it stands.
 class Outgoing {
   public:
-    explicit Outgoing(std::string target) : target_(std::move(target)) {}
+    explicit Outgoing(const std::string& target) : given_(target), target_(target) {}
     Outgoing(Outgoing&& other) noexcept
-        : target_(std::move(other.target_)), name_(std::move(other.name_)), mode_(other.mode_) {
+        : given_(std::move(other.given_)),
+          target_(std::move(other.target_)),
+          name_(std::move(other.name_)),
+          mode_(other.mode_) {
         other.name_.clear();
     }
     ~Outgoing() {
@@ -43,11 +46,11 @@ class Outgoing {
     int make_temporary();
     bool write_to(int fd, const std::string& text);
     bool failed() const {
-        elog_log(1, "cannot write '%s'\n", target_.c_str());
+        elog_log(1, "cannot write '%s'\n", given_.c_str());
         return false;
     }
 
-    std::string target_, name_;
+    std::string given_, target_, name_;
     std::optional<mode_t> mode_;  // of the file that is replaced
 };
 
