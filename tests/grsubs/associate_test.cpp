@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
 
 #include "support/log_capture.h"
+#include "support/parameters.h"
 #include "support/tiny_grid.h"
 
 namespace velorix_test {
@@ -12,233 +15,186 @@ namespace {
 
 constexpr double kOrigin = 1000.0;
 
-// One node with exact times: P 10 s and S 20 s to station A, 30 s and 50 s to station B.
-class Associate : public testing::Test {
-  protected:
-    Associate()
-        : grid_({make_station("A", 0.2, 0.3), make_station("B", 0.4, 0.0)}, one_node()),
-          search_(grid_.grid),
-          arr_(newarr(nullptr)) {
-        const float p[] = {10, 30}, s[] = {20, 50};
-        std::memcpy(grid_.grid.P_times, p, sizeof p);
-        std::memcpy(grid_.grid.S_times, s, sizeof s);
-        search_->p_max_resid = search_->s_max_resid = 1;
-        setarr(arr_, "tiny", search_.sp);
-    }
-    ~Associate() override {
-        velorix_free_result(result_);
-        freearr(arr_, nullptr);
-    }
-    static TinyGridOptions one_node() {
-        TinyGridOptions options;
-        options.nx = options.ny = 1;
-        return options;
-    }
-
-    /// Adds a pick `offset` seconds after the phase's time at A (or B).
-    PickList& add(const char* phase, double offset, const char* sta = "A") {
-        const double travel = *sta == 'A' ? (*phase == 'P' ? 10 : 20) : (*phase == 'P' ? 30 : 50);
-        return picks_.add(sta, "BHZ", phase, kOrigin + travel + offset);
-    }
-    /// Groups the picks; marks[i] is the solution's mark of pick i: '.', 'P' or 'S'.
-    int associate(const std::string& marks) {
-        picks_.set_up(*search_);
-        int number_at[2] = {0, 0};
-        for (int i = 0; i < picks_.size(); ++i) {
-            StationObs& station = picks_.station(picks_[i].sta);
-            sta_obs2& obs = station.obs_orig[number_at[picks_[i].sta[0] - 'A']++];
-            obs.used = marks[size_t(i)] == 'P' ? 1 : marks[size_t(i)] == 'S' ? 2 : 0;
-        }
-        return velorix_setup_plist(picks_.stao_tbl, picks_.list, search_.sp, kOrigin, 0, 0, 0, 0,
-                                   0);
-    }
-    /// Phase, and what became of it: d defining, a associated, t taken, - not taken.
-    std::string outcome(int i) const {
-        const PickList& pick = picks_[i];
-        const char* state = pick.defining     ? "d"
-                            : pick.associated ? "a"
-                            : pick.used_save  ? "t"
-                                              : "-";
-        return pick.ophase + std::string(state);
-    }
-    std::string outcomes() const {
-        std::string all;
-        for (int i = 0; i < picks_.size(); ++i) all += outcome(i) + " ";
-        return all;
-    }
-    int make_result(int ix = 0, int iy = 0) {
-        return velorix_make_result(arr_, "tiny", picks_.stao_tbl, picks_.list, 0.1, 0.2, 3.9, ix,
-                                   iy, 0, kOrigin, 0, 0, 5, &result_);
-    }
-
-    TinyGrid grid_;
-    Search search_;
-    Picks picks_;
-    Arr* arr_;
-    GridResults* result_ = nullptr;
+struct MarkedPick {
+    const char* phase;
+    double offset;  // s after the phase's time at the station
+    char mark;      // the solution's: '.', 'P' or 'S'
+    char sta = 'A';
 };
 
-TEST_F(Associate, MembersDefine) {
-    add("P", 0.25);
-    add("S", -0.5);
-    add("P", 0.0, "B");
-    EXPECT_EQ(1, associate("PSP"));
-    EXPECT_EQ("Pd Sd Pd ", outcomes());
-    EXPECT_EQ(0.25, picks_[0].resid);
-    EXPECT_EQ(-0.5, picks_[1].resid);
-    EXPECT_NEAR(0.36, picks_[0].delta, 0.01);
-    EXPECT_NEAR(56.3, picks_[0].esaz, 0.1);
-    EXPECT_NEAR(236.3, picks_[0].seaz, 0.1);
-    EXPECT_NEAR(0.0, picks_[2].esaz, 1e-9) << "due north, below 360";
-}
-
-TEST_F(Associate, SmallerResidualKeepsTheStationsP) {
-    add("P", 0.2);
-    add("P", -0.4);
-    associate(".P");
-    EXPECT_EQ("Pd Pt ", outcomes()) << "the earlier pick is closer and becomes defining";
-}
-
-TEST_F(Associate, LargerResidualLosesTheStationsP) {
-    add("P", 0.4);
-    add("P", -0.2);
-    associate(".P");
-    EXPECT_EQ("Pt Pd ", outcomes());
-}
-
-TEST_F(Associate, BetterNonMemberSHolderBecomesDefiningAndCountsTwice) {
-    add("S", 0.1);
-    add("S", 0.5);
-    EXPECT_EQ(2, associate(".S"));
-    EXPECT_EQ("Sd St ", outcomes());
-}
-
-TEST_F(Associate, DisplacedSIsCountedOut) {
-    add("S", 0.5);
-    add("S", 0.1);
-    EXPECT_EQ(1, associate(".S"));
-    EXPECT_EQ("St Sd ", outcomes());
-}
-
-TEST_F(Associate, TieBetweenPhasesGoesToSOnlyWhenSMayAssociate) {
-    search_->p_max_resid = search_->s_max_resid = 6;
-    add("P", 5.0);  // 5 s after P, 5 s before S
-    EXPECT_EQ(1, associate("."));
-    EXPECT_EQ("Sa ", outcomes());
-    search_->associate_S = 0;
-    EXPECT_EQ(0, associate("."));
-    EXPECT_EQ("Pa ", outcomes());
-}
-
-TEST_F(Associate, PMemberOutsideItsLimitFallsBackToS) {
-    add("S", 0.5);
-    EXPECT_EQ(1, associate("P"));
-    EXPECT_EQ("Sa ", outcomes());
-    search_->associate_S = 0;
-    EXPECT_EQ(0, associate("P"));
-    EXPECT_EQ("S- ", outcomes()) << "provisional phase";
-}
-
-TEST_F(Associate, PhaseSifterKeepsAMemberFromDefining) {
-    char sifter[] = "P";
-    picks_.add("A", "BHZ", "P", kOrigin + 10);
-    associate("P");
-    std::strcpy(picks_[0].phase, "Lg");
-    search_->phase_sifter = sifter;
-    velorix_setup_plist(picks_.stao_tbl, picks_.list, search_.sp, kOrigin, 0, 0, 0, 0, 0);
-    EXPECT_EQ("Pt ", outcomes());
-    search_->phase_sifter = nullptr;
-}
-
-TEST_F(Associate, PicksThatTakeNoPart) {
-    add("P", 0);
-    picks_.add("ELSEWHERE", "BHZ", "P", kOrigin + 10);
-    picks_.set_up(*search_);
-    picks_[0].used = 1;
-    velorix_setup_plist(picks_.stao_tbl, picks_.list, search_.sp, kOrigin, 0, 0, 0, 0, 0);
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(999.999, picks_[i].resid);
-        EXPECT_STREQ("", picks_[i].ophase);
+// One node with exact times: P 10 s and S 20 s to station A, 30 s and 50 s to station B.
+class Association {
+  public:
+    explicit Association(const std::vector<MarkedPick>& marked)
+        : grid({make_station("A", 0.2, 0.3), make_station("B", 0.4, 0.0)}, {.nx = 1, .ny = 1}),
+          search(grid.grid),
+          searches(newarr(nullptr)) {
+        const float p[] = {10, 30}, s[] = {20, 50};
+        std::memcpy(grid.grid.P_times, p, sizeof p);
+        std::memcpy(grid.grid.S_times, s, sizeof s);
+        search->p_max_resid = search->s_max_resid = 6;
+        velorix_setup_search(search.sp);
+        setarr(searches, "tiny", search.sp);
+        for (const MarkedPick& m : marked) {
+            const double travel = (*m.phase == 'P' ? p : s)[m.sta - 'A'];
+            picks.add(std::string(1, m.sta), "BHZ", m.phase, kOrigin + travel + m.offset);
+        }
+        picks.set_up(*search);
+        int number_at[2] = {0, 0};
+        for (const MarkedPick& m : marked) {
+            StationObs& station = picks.station(m.sta == 'A' ? "A" : "B");
+            station.obs_orig[number_at[m.sta - 'A']++].used =
+                static_cast<int>(std::string_view(".PS").find(m.mark));
+        }
     }
-    EXPECT_EQ(1, picks_[0].used_save);
+    ~Association() {
+        velorix_free_result(result);
+        freearr(searches, nullptr);
+    }
+
+    int associate(const char* toml = "") {
+        EXPECT_EQ(0, velorix_search_from_pf(search.sp, parameters(toml).get()));
+        return velorix_setup_plist(picks.stao_tbl, picks.list, search.sp, kOrigin, 0, 0, 0, 0, 0);
+    }
+    /// Phases, and what became of the picks: d defining, a associated, t taken, - not taken, each
+    /// behind a ? when there is no residual.
+    std::string outcomes() const {
+        std::string all;
+        for (int i = 0; i < picks.size(); ++i) {
+            const PickList& pick = picks[i];
+            all.append(pick.ophase).append(pick.resid == 999.999 ? "?" : "");
+            all += pick.defining ? "d " : pick.associated ? "a " : pick.used_save ? "t " : "- ";
+        }
+        return all;
+    }
+    int make_result(const char* name = "tiny", int ix = 0, int iy = 0) {
+        return velorix_make_result(searches, name, picks.stao_tbl, picks.list, 0.1, 0.2, 3.9, ix,
+                                   iy, 0, kOrigin, 0, 0, 5, &result);
+    }
+
+    TinyGrid grid;
+    Search search;
+    Picks picks;
+    Arr* searches;
+    GridResults* result = nullptr;
+};
+
+TEST(Associate, MembersDefine) {
+    Association a({{"P", 0.25, 'P'}, {"S", -0.5, 'S'}, {"P", 0.0, 'P', 'B'}});
+    EXPECT_EQ(1, a.associate());
+    EXPECT_EQ("Pd Sd Pd ", a.outcomes());
+    EXPECT_EQ(0.25, a.picks[0].resid);
+    EXPECT_EQ(-0.5, a.picks[1].resid);
+    EXPECT_NEAR(0.36, a.picks[0].delta, 0.01);
+    EXPECT_NEAR(56.3, a.picks[0].esaz, 0.1);
+    EXPECT_NEAR(236.3, a.picks[0].seaz, 0.1);
+    EXPECT_NEAR(0.0, a.picks[2].esaz, 1e-9) << "due north, below 360";
 }
 
-TEST_F(Associate, WithoutPTimesOnlySIsLeft) {
-    grid_.grid.P_times = nullptr;
-    add("P", 0);
-    add("S", 0.1);
-    EXPECT_EQ(1, associate(".."));
-    EXPECT_EQ("S- Sa ", outcomes());
+TEST(Associate, WhichPhaseAndWhichPickOfAStation) {
+    const struct {
+        const char* what;
+        std::vector<MarkedPick> picks;
+        int count;
+        const char* outcomes;
+        const char* toml = "";
+        bool p_times = true;
+    } rows[] = {
+        {"a better P that is no member defines", {{"P", 0.2, '.'}, {"P", -0.4, 'P'}}, 0, "Pd Pt "},
+        {"a worse one does not", {{"P", 0.4, '.'}, {"P", -0.2, 'P'}}, 0, "Pt Pd "},
+        {"a better S does, and counts twice", {{"S", 0.1, '.'}, {"S", 0.5, 'S'}}, 2, "Sd St "},
+        {"a displaced S is counted out", {{"S", 0.5, '.'}, {"S", 0.1, 'S'}}, 1, "St Sd "},
+        {"a tie between the phases is S", {{"P", 5, '.'}}, 1, "Sa "},
+        {"or P where S may not associate", {{"P", 5, '.'}}, 0, "Pa ", "associate_S = false"},
+        {"a P member outside its limit becomes S", {{"S", 0.5, 'P'}}, 1, "Sa "},
+        {"or nothing, its phase provisional", {{"S", 0.5, 'P'}}, 0, "S- ", "associate_S = false"},
+        {"a sifted member does not define", {{"P", 0, 'P'}}, 0, "Pt ", "phase_sifter = 'S'"},
+        {"S alone without P times", {{"P", 0, '.'}, {"S", 0.1, '.'}}, 1, "S- Sa ", "", false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        Association a(row.picks);
+        if (!row.p_times) a.grid.grid.P_times = nullptr;
+        EXPECT_EQ(row.count, a.associate(row.toml));
+        EXPECT_EQ(row.outcomes, a.outcomes());
+    }
 }
 
-TEST_F(Associate, BrokenPatternLeavesLimitsOfZero) {
-    station_weights_ broken[] = {{"(", 1, 1, 9, 9, 0, 0, nullptr}};
-    add("P", 0.25);
-    picks_.set_up(*search_);
-    search_->station_weights = broken;
-    search_->nstation_weights = 1;
-    search_->station_weights_arr = newarr(nullptr);
-    LogCapture log;
-    velorix_setup_plist(picks_.stao_tbl, picks_.list, search_.sp, kOrigin, 0, 0, 0, 0, 0);
-    EXPECT_EQ("P- ", outcomes());
+TEST(Associate, PicksThatTakeNoPart) {
+    Association a({{"P", 0, '.'}});
+    a.picks[0].used = 1;
+    a.picks.add("ELSEWHERE", "BHZ", "P", kOrigin + 10);
+    a.associate();
+    EXPECT_EQ("?t ?- ", a.outcomes());
+}
+
+TEST(Associate, BrokenPatternLeavesLimitsOfZero) {
+    Association a({{"P", 0.25, '.'}});
+    const LogCapture log;
+    a.associate("station_weights = ['( 1 1 9 9']");
+    EXPECT_EQ("P- ", a.outcomes());
     EXPECT_EQ("velorix_setup_plist: velorix_get_station_weight() error.\n", log.messages().back());
     EXPECT_EQ(ELOG_COMPLAIN, log.lines().back().severity);
-    freearr(search_->station_weights_arr, nullptr);
-    search_->station_weights_arr = nullptr;
-    freehook(&broken[0].match_hook);
 }
 
-TEST_F(Associate, ResultCountsStationsAndPicks) {
-    add("P", 0);
-    add("S", 0.25);
-    add("P", 0.5, "B");
-    add("P", 0.75, "B");
-    associate("PSP.");
-    ASSERT_EQ(0, make_result());
-    EXPECT_STREQ("tiny", result_->grid_name);
-    EXPECT_EQ(2, result_->nsta);
-    EXPECT_EQ(2.0, result_->nsta_weighted);
-    EXPECT_EQ(2, result_->nsta_ass);
-    EXPECT_EQ(3, result_->ndef);
-    EXPECT_EQ(3, result_->nass);
-    EXPECT_EQ(1, result_->nsass);
-    EXPECT_EQ(4, maxtbl(result_->pick_tbl)) << "taken, not only associated";
-    EXPECT_NEAR(0.4, result_->dmax, 1e-9);
-    EXPECT_EQ(1, result_->edge_fault);
-    EXPECT_EQ(0, result_->priority_fault);
-    EXPECT_STREQ("", result_->grade);
-    GridResults* const same = result_;
-    ASSERT_EQ(0, make_result()) << "refilled";
-    EXPECT_EQ(same, result_);
-    EXPECT_EQ(4, maxtbl(result_->pick_tbl));
-}
-
-TEST_F(Associate, GridOfHigherPriorityThatContainsTheEventIsAFault) {
-    TinyGridOptions options;
-    options.mode = VELORIX_MODE_GENERAL;  // contains every point
-    TinyGrid other(ring_of_stations(1), options);
-    Search other_search(other.grid);
-    setarr(arr_, "other", other_search.sp);
-    add("P", 0);
-    associate("P");
-    for (const int priority : {0, 1}) {
-        other_search->priority = priority;
-        ASSERT_EQ(0, make_result());
-        EXPECT_EQ(priority, result_->priority_fault);
+TEST(MakeResult, CountsStationsAndPicks) {
+    Association a({{"P", 0, 'P'}, {"S", 0.25, 'S'}, {"P", 0.5, 'P', 'B'}, {"P", 0.75, '.', 'B'}});
+    for (const char* when : {"made", "refilled"}) {
+        SCOPED_TRACE(when);
+        const GridResults* const before = a.result;
+        ASSERT_EQ(0, a.make_result());
+        const GridResults& result = *a.result;
+        EXPECT_TRUE(!before || before == &result);
+        EXPECT_STREQ("tiny", result.grid_name);
+        EXPECT_EQ(2, result.nsta);
+        EXPECT_EQ(2.0, result.nsta_weighted);
+        EXPECT_EQ(2, result.nsta_ass);
+        EXPECT_EQ(3, result.ndef);
+        EXPECT_EQ(3, result.nass);
+        EXPECT_EQ(1, result.nsass);
+        EXPECT_EQ(4, maxtbl(result.pick_tbl)) << "taken, not only associated";
+        EXPECT_NEAR(0.4, result.dmax, 1e-9);
+        EXPECT_EQ(0, result.priority_fault);
     }
 }
 
-TEST_F(Associate, UnknownGridIsAnErrorAndNamesFillWithoutTerminator) {
-    add("P", 0);
-    associate("P");
-    LogCapture log;
-    EXPECT_EQ(-1, velorix_make_result(arr_, "missing", picks_.stao_tbl, picks_.list, 0, 0, 0, 0, 0,
-                                      0, 0, 0, 0, 0, &result_));
-    EXPECT_EQ(nullptr, result_);
-    EXPECT_NE(std::string::npos, log.text().find("missing"));
-    std::memset(grid_.grid.name, 'n', sizeof grid_.grid.name);
-    ASSERT_EQ(0, make_result());
-    EXPECT_EQ(std::string(64, 'n'), result_->grid_name);
+TEST(MakeResult, ANodeOfTheOuterRingIsAnEdgeFault) {
+    Association a({{"P", 0, 'P'}});
+    TinyGrid mesh(ring_of_stations(1));  // 7 x 5 nodes
+    Search search(mesh.grid);
+    setarr(a.searches, "mesh", search.sp);
+    for (const auto& [ix, iy, fault] :
+         {std::tuple(0, 2, 1), {6, 2, 1}, {3, 0, 1}, {3, 4, 1}, {1, 1, 0}, {5, 3, 0}}) {
+        ASSERT_EQ(0, a.make_result("mesh", ix, iy));
+        EXPECT_EQ(fault, a.result->edge_fault) << ix << ' ' << iy;
+    }
+    mesh.grid.mode = VELORIX_MODE_GENERAL;
+    ASSERT_EQ(0, a.make_result("mesh"));
+    EXPECT_EQ(0, a.result->edge_fault);
+}
+
+TEST(MakeResult, GridOfHigherPriorityThatContainsTheEventIsAFault) {
+    Association a({{"P", 0, 'P'}});
+    // A general mesh contains every point.
+    TinyGrid other(ring_of_stations(1), {.mode = VELORIX_MODE_GENERAL});
+    Search other_search(other.grid);
+    setarr(a.searches, "other", other_search.sp);
+    for (const int priority : {0, 1}) {
+        other_search->priority = priority;
+        ASSERT_EQ(0, a.make_result());
+        EXPECT_EQ(priority, a.result->priority_fault);
+    }
+}
+
+TEST(MakeResult, UnknownGridIsAnErrorAndNamesFillWithoutTerminator) {
+    Association a({{"P", 0, 'P'}});
+    const LogCapture log;
+    EXPECT_EQ(-1, a.make_result("missing"));
+    EXPECT_EQ(nullptr, a.result);
+    EXPECT_EQ("velorix_make_result: no parameters for grid missing.\n", log.text());
+    std::memset(a.grid.grid.name, 'n', sizeof a.grid.grid.name);
+    ASSERT_EQ(0, a.make_result());
+    EXPECT_EQ(std::string(64, 'n'), a.result->grid_name);
 }
 
 }  // namespace

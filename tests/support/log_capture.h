@@ -50,10 +50,6 @@ class LogCapture {
     }
     size_t count() const { return lines().size(); }
     bool empty() const { return lines().empty(); }
-    void clear() {
-        const std::lock_guard lock(mutex_);
-        lines_.clear();
-    }
 
   private:
     static void collect(int severity, int flag, const char* message, void* user) {
