@@ -6,8 +6,8 @@
 #include <map>
 #include <set>
 
-#include "support/allocations.h"
 #include "support/environment.h"
+#include "support/fail_each_allocation.h"
 #include "support/log_capture.h"
 #include "support/temp_file.h"
 #include "tests/platform/ttcalc_helpers.h"
@@ -249,17 +249,6 @@ TEST(Calculator, WarmCallsDoNotAllocate) {
     sweep();
     EXPECT_EQ(allocation_count(), before);
 }
-
-// Takes log lines without allocating.
-struct LastLine {
-    char text[256] = "";
-
-    LastLine() { elog_set_hook(keep, this); }
-    ~LastLine() { elog_set_hook(nullptr, nullptr); }
-    static void keep(int, int, const char* message, void* user) {
-        snprintf(static_cast<LastLine*>(user)->text, sizeof text, "%s", message);
-    }
-};
 
 TEST(Calculator, MemoryFailuresAreReported) {
     bool succeeded = false;
