@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <functional>
 #include <vector>
 
 #include "laid_out_grid.h"
@@ -104,6 +105,42 @@ TEST(EdpGrid, WarnsOfKeysThatNobodyReads) {
     EXPECT_EQ(set_up(*grid, {{"compute_p", "true"}, {"mode", "'edp'"}, {"time", "'all'"}}), 0);
     ASSERT_EQ(log.count(), 1u);
     EXPECT_THAT(log.text(), testing::HasSubstr("unknown key 'compute_p' in grid grid"));
+}
+
+// Tables of a first layout as a distance table are not to be found in the next one.
+TEST(EdpGrid, ARecordCanBeLaidOutAgain) {
+    const Source points[] = {{1.0, 2.0, 3.0}};
+    const auto pairs = [](Velorix* grid) { return set_up(*grid); };
+    const auto list = [&](Velorix* grid) {
+        const PfPtr pf = parameters("method='tttaup'\nmodel='iasp91'\ncompute_P=true");
+        return velorix_setup_fromsourcearray_grid(grid, "g", 1, points, pf.get());
+    };
+    const auto rings = [](Velorix* grid) {
+        const PfPtr pf = changed(mesh_keys("0.05", {"depth", "10"}), {});
+        return velorix_setup_slowness_grid(grid, "g", pf.get());
+    };
+    for (const std::function<int(Velorix*)>& again :
+         std::initializer_list<std::function<int(Velorix*)>>{pairs, list, rings}) {
+        const GridPtr grid = four_stations();
+        ASSERT_EQ(set_up(*grid, {{"type", "'1d'"}, {"ndist", "5"}}), 0);
+        ASSERT_EQ(again(grid.get()), 0);
+        Heap heap;
+        compute(*grid, heap);
+        expect_readable(heap);
+    }
+}
+
+TEST(StationWindow, LetsAMeshBeThatIsTooLargeForAllStations) {
+    std::string depths = "[1";
+    for (int i = 1; i < 20000; ++i) depths += ", 1";
+    const GridPtr grid = four_stations();
+    ASSERT_EQ(set_up(*grid, {{"nx", "100"},
+                             {"ny", "100"},
+                             {"depths", depths + "]"},
+                             {"pxstamin", "10"},
+                             {"pxstamax", "110"}}),
+              0);
+    EXPECT_EQ(grid->ttsize, 800000000);
 }
 
 // A stands at x = y = 50 percent of the mesh, B at x 125 y 50, C next to x 0 y 0, D far away.

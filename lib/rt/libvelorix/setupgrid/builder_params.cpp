@@ -8,6 +8,22 @@
 
 namespace velorix {
 
+void clear_layout(Velorix& grid) {
+    constexpr double unset = -999.0;
+    for (double* value :
+         {&grid.latr, &grid.lonr, &grid.strike, &grid.xmin, &grid.xmax, &grid.ymin, &grid.ymax}) {
+        *value = unset;
+    }
+    grid.ndist = 0;
+    grid.dssize = 0;
+    grid.ttsize = 0;
+    grid.ttosize = 0;
+    grid.distances = nullptr;
+    grid.P_times = nullptr;
+    grid.S_times = nullptr;
+    grid.ttoffsets = nullptr;
+}
+
 void mark_times(Velorix& grid, const Wanted& wanted) {
     grid.P_times = wanted.P ? presence_marker<float>() : nullptr;
     grid.S_times = wanted.S ? presence_marker<float>() : nullptr;

@@ -35,6 +35,9 @@ struct Wanted {
     int distances = 0;
 };
 
+/// Forgets geometry and tables of an earlier layout; counts and arrays are for the builder to set.
+void clear_layout(Velorix& grid);
+
 /// Puts presence markers into the pointers of P_times and S_times, null where not wanted.
 void mark_times(Velorix& grid, const Wanted& wanted);
 /// The same for distances.

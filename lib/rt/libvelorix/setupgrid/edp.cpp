@@ -193,6 +193,7 @@ bool set_fields(Velorix& grid, const char* name, const Mesh& mesh) {
     if (!check_node_count(mesh)) return false;
     const int64_t srsize = mesh.positions() * static_cast<int64_t>(sizeof(Source));
     if (!fits_size_field(kWho, "the position array", srsize)) return false;
+    clear_layout(grid);
     grid.mode = VELORIX_MODE_REGULAR;
     grid.type = mesh.type;
     grid.nx = mesh.nx;
@@ -215,7 +216,7 @@ bool set_fields(Velorix& grid, const char* name, const Mesh& mesh) {
     mark_distances(grid, tables);
     grid.srsize = static_cast<int32_t>(srsize);
     grid.dpsize = grid.nd * static_cast<int32_t>(sizeof(double));
-    return size_tables(grid);
+    return true;
 }
 
 void lay_out_positions(Velorix& grid) {
@@ -253,7 +254,13 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
         "pxstamin", "pxstamax", "pystamin", "pystamax"};
     complain_unknown_keys(pf, name, keys);
     Mesh mesh;
-    if (!read_mesh(grid, pf, mesh) || !set_fields(grid, name, mesh)) return false;
+    StationWindow window;
+    if (!read_mesh(grid, pf, mesh) || !set_fields(grid, name, mesh) ||
+        !read_station_window(pf, window)) {
+        return false;
+    }
+    // Tables too large for all stations may fit those that a window leaves.
+    if (window.open() && !size_tables(grid)) return false;
     CArray<Source> sources = make_c_array<Source>(static_cast<size_t>(grid.nh));
     CArray<double> depths = make_c_array<double>(mesh.depths.size());
     if (!sources || !depths) throw std::bad_alloc();
@@ -261,9 +268,7 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
     replace_array(grid.sources, std::move(sources));
     replace_array(grid.depths, std::move(depths));
     lay_out_positions(grid);
-    StationWindow window;
-    return read_station_window(pf, window) && apply_station_window(grid, window) &&
-           size_tables(grid);
+    return apply_station_window(grid, window) && size_tables(grid);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "platform/elog/elog.h"
+#include "setupgrid/builder_params.h"
 #include "setupgrid/heap_layout.h"
 #include "setupgrid/owned_grid.h"
 #include "support/grid_view.h"
@@ -11,19 +12,12 @@
 namespace velorix {
 
 OwnedGrid* new_owned_grid() {
-    constexpr double unset = -999.0;
     auto* grid = new (std::nothrow) OwnedGrid{};
     if (!grid) return nullptr;
     grid->magic = VELORIX_MAGIC;
     grid->mode = -1;
     grid->type = -1;
-    grid->latr = unset;
-    grid->lonr = unset;
-    grid->strike = unset;
-    grid->xmin = unset;
-    grid->xmax = unset;
-    grid->ymin = unset;
-    grid->ymax = unset;
+    clear_layout(*grid);
     return grid;
 }
 

@@ -202,6 +202,7 @@ bool place(Velorix& grid, const Mesh& mesh) {
 }
 
 void set_geometry(Velorix& grid, const Mesh& mesh) {
+    clear_layout(grid);
     grid.mode = VELORIX_MODE_GENERAL;
     grid.type = VELORIX_TYPE_3D;
     grid.latr = mesh.latr;

@@ -93,13 +93,11 @@ bool make_room(const Builder& builder, Velorix& grid, int count) {
 bool lay_out(const Builder& builder, Velorix& grid, const char* name, int count, Pf* pf) {
     Calculator calculator;
     if (!read_calculator(builder, pf, calculator)) return false;
+    clear_layout(grid);
     grid.mode = VELORIX_MODE_GENERAL;
     grid.type = VELORIX_TYPE_3D;
     grid.latr = 0.0;
     grid.lonr = 0.0;
-    grid.P_times = nullptr;
-    grid.S_times = nullptr;
-    grid.distances = nullptr;
     if (!read_wanted(builder, pf, grid) || !make_room(builder, grid, count)) return false;
     set_names(grid, name, calculator.method.get(), calculator.model.get());
     return true;
