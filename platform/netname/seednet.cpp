@@ -46,7 +46,7 @@ std::vector<std::string_view> split(std::string_view line, std::string_view sepa
 // Network and station of a fixed-width row; what stands behind them (load date) does not matter.
 std::vector<std::string_view> affiliation_fields(std::string_view line) {
     const auto columns = [&](size_t first, size_t count) {
-        return split(line.substr(std::min(first, line.size()), count), " \t");
+        return split(line.substr(std::min(first, line.size()), count), " \t\r");
     };
     auto fields = columns(0, 8);
     const auto station = columns(9, 6);

@@ -46,7 +46,7 @@ TEST_F(SeedNet, ReadsAffiliationTables) {
     for (const char* name : {"db.affiliation", "networks.txt"}) {
         const TempFile table(
             "IU       ANMO    2018-01-05 00:00 \nAK       A19K            1515110400\n\n"
-            "AK       BMR\nUS       GOL    -\n",
+            "AK       BMR\r\nUS       GOL    -\n",
             name);
         EXPECT_EQ(4, seednet_load(table.c_str())) << name;
         EXPECT_EQ("IU_ANMO", name_of("ANMO"));
