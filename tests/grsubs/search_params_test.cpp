@@ -17,7 +17,7 @@ TEST(SearchParameters, BadOnesAreNamed) {
         std::vector<const char*> faults;
     } rows[] = {{"velorix_setup_search: ",
                  {"cluster_twin = 0", "nxd = 8", "nyd = 0", "number_threads = 0",
-                  "closest_stations = -1", "try_S = true"}},
+                  "number_threads = 4097", "closest_stations = -1", "try_S = true"}},
                 {"velorix_search_from_pf: ",
                  {"station_weights = ['A.* 1 2 3']", "p_weights = ['2 1', '1 1']",
                   "s_weights = ['0 1x']", "nsta_thresh = ['1 1.5']"}},

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "text.h"
+#include "velorix_pvt.h"
 
 namespace velorix::assoc {
 namespace {
@@ -67,7 +68,10 @@ Parsed check(Options& o, const Raw& raw) {
     if (*format == Format::css && o.out.empty() && !o.show_parameters) {
         return refuse("Format css needs --out.");
     }
-    if (o.threads < 1) return refuse("--threads must be 1 or more.");
+    if (o.threads < 1 || o.threads > VELORIX_MOST_THREADS) {
+        return refuse("--threads must be between 1 and " + std::to_string(VELORIX_MOST_THREADS) +
+                      ".");
+    }
     if (!time_of(raw.from_given, raw.from, o.stream.from, error) ||
         !time_of(raw.to_given, raw.to, o.stream.to, error) ||
         !time_of(raw.explain_given, raw.explain, explain, error)) {

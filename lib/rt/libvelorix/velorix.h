@@ -336,10 +336,10 @@ int velorix_search_from_pf(SearchParams* sp, Pf* pf);
 /**
  * Checks parameters and makes the scan's threads and scratch, once, after the fields are set and
  * before the first scan. Refused: cluster_twin not above 0, nxd or nyd outside 1 .. nx, 1 .. ny of
- * a regular mesh, number_threads below 1 or other than in an earlier call, try_S or associate_S on
- * a grid without S times, curves out of order, anything not finite. Warned of: a grid with S times
- * only; closest_stations, p_weights or s_weights on a grid without distances. Patterns get their
- * cache (station_weights_arr).
+ * a regular mesh, number_threads outside 1 .. 4096 or other than in an earlier call, try_S or
+ * associate_S on a grid without S times, curves out of order, anything not finite. Warned of: a
+ * grid with S times only; closest_stations, p_weights or s_weights on a grid without distances.
+ * Patterns get their cache (station_weights_arr).
  * @return 0, or -1 after a logged line
  */
 int velorix_setup_search(SearchParams* sp);

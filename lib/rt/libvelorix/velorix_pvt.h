@@ -138,7 +138,14 @@ typedef struct bufsort {
     int used_tmp;        ///< in the cluster being scored
 } bufsort;
 
-/** Scratch and best-so-far node of one worker. */
+/** More workers than this are a mistake; each takes memory of its own. */
+enum { VELORIX_MOST_THREADS = 4096 };
+
+/**
+ * Scratch and best-so-far node of one worker. Workers leave out nodes that cannot beat the best
+ * score of any of them: after a pass of several threads only the fields of the worker with the
+ * largest zmax stand for its whole share of the nodes.
+ */
 struct SearchThread {
     int thread_index;        ///< place in threads_tbl
     int cycle;               ///< threaded passes taken part in
@@ -228,7 +235,7 @@ struct SearchParams {
     double origin_lon_tolerance;    ///< for the calling program
     double origin_depth_tolerance;  ///< for the calling program
     double origin_time_tolerance;   ///< for the calling program
-    int number_threads;             ///< workers; below 2: the calling thread
+    int number_threads;             ///< 1 (the calling thread) .. VELORIX_MOST_THREADS
     Pmtcomp* threads;               ///< work splitter
     Tbl* threads_tbl;               ///< SearchThread per worker, one at least
     int idepth;                     ///< depth number being scanned

@@ -75,9 +75,8 @@ class Checker {
 
     void check_threads() {
         const int made = sp_.owned ? sp_.owned->threads_made : 0;
-        if (sp_.number_threads < 1) {
-            refuse("number_threads", std::to_string(sp_.number_threads) + " is below 1");
-        } else if (made != 0 && sp_.number_threads != made) {
+        check_count("number_threads", sp_.number_threads, VELORIX_MOST_THREADS);
+        if (made != 0 && sp_.number_threads != made) {
             refuse("number_threads", std::to_string(sp_.number_threads) + " was " +
                                          std::to_string(made) + " when the threads were made");
         }
