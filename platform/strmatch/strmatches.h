@@ -1,7 +1,9 @@
 #ifndef VELORIX_PLATFORM_STRMATCHES_H
 #define VELORIX_PLATFORM_STRMATCHES_H
 /** @file
- * Pattern matching: POSIX extended regular expressions against whole texts.
+ * Pattern matching: extended regular expressions against whole texts, in the grammar of PCRE2
+ * without back references. That of POSIX means the same, but for a backslash within brackets,
+ * which quotes here.
  */
 #include "platform/containers/containers.h"
 #ifdef __cplusplus

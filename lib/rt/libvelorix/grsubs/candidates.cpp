@@ -25,6 +25,8 @@ class Builder {
             station.s_weight = station.s_weight_initial;
             return;
         }
+        // Stations left out have weights too: an associated pick then reports the same weight
+        // whatever was scored before its node.
         set_node_weights(sp_, station, tables_.distance_entry(station.is));
         if (station.used == 1 || station.nobs <= 0) return;
         if (sp_.sta_defining_arr && !getarr(sp_.sta_defining_arr, station.sta)) return;
