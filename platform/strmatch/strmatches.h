@@ -1,9 +1,9 @@
 #ifndef VELORIX_PLATFORM_STRMATCHES_H
 #define VELORIX_PLATFORM_STRMATCHES_H
 /** @file
- * Pattern matching: extended regular expressions against whole texts, in the grammar of PCRE2
- * without back references. That of POSIX means the same, but for a backslash within brackets,
- * which quotes here.
+ * Pattern matching: extended regular expressions against whole texts, in the grammar of PCRE2 with
+ * groups that capture nothing. What POSIX defines means the same, but for a backslash within
+ * brackets, which quotes here, and for collating elements ([.x.], [=x=]), which are refused.
  */
 #include "platform/containers/containers.h"
 #ifdef __cplusplus

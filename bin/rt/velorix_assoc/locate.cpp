@@ -53,7 +53,6 @@ void offer(Member& slot, const Member& offered) {
 
 // S comes after P: of two picks the other way round the one that fits better stays.
 void keep_in_order(Slots& slot, double p_limit, double s_limit) {
-    if (!slot.p.waiting || !slot.s.waiting) return;
     if (slot.s.waiting->pick.time > slot.p.waiting->pick.time) return;
     const bool p_stays =
         std::fabs(slot.p.residual) * s_limit <= std::fabs(slot.s.residual) * p_limit;
@@ -93,7 +92,7 @@ std::vector<Member> Locator::associate(std::span<Waiting* const> picks, const So
     }
     std::vector<Member> members;
     for (Slots& slot : slots) {
-        keep_in_order(slot, limit(slot.p), limit(slot.s));
+        if (slot.p.waiting && slot.s.waiting) keep_in_order(slot, limit(slot.p), limit(slot.s));
         for (Member* member : {&slot.p, &slot.s}) {
             if (!member->waiting) continue;
             member->defining = station_weight(*member, at.spot) > 0.0;

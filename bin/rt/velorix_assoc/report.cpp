@@ -50,10 +50,6 @@ std::string pick_text(const Pick& pick, char phase, double residual) {
                   phase, iso_time(pick.time, 2).c_str(), residual);
 }
 
-}  // namespace
-
-namespace {
-
 Pick station_named(const std::string& name) {
     Pick pick;
     pick.network = name.substr(0, name.find('.'));
@@ -78,6 +74,18 @@ std::string shared_codes(const PickSurvey& survey, const SearchGrid& grid) {
     return format("grid %s: picks of several stations are taken for one of the same code (%d):",
                   grid.name.c_str(), count) +
            out + (count > 10 ? " ...\n" : "\n");
+}
+
+std::string trial_line(const Trial& trial) {
+    std::string out = "no event at " + iso_time(trial.time, 2);
+    if (trial.scanned) {
+        out += format(" %.3f %.3f %.1f km (grid %s): score %.1f, %d P %d S at %d stations",
+                      trial.best.lat, trial.best.lon, trial.best.depth, trial.grid.c_str(),
+                      trial.score, trial.p, trial.s, trial.stations);
+    } else {
+        out += " (grid " + trial.grid + ")";
+    }
+    return out + "; " + trial.lacking + "\n";
 }
 
 }  // namespace
@@ -137,18 +145,6 @@ std::string event_line(const Event& e) {
     return format("%s %8.4f %9.4f %5.1f km, %d P %d S at %d stations, %.2f s, gap %.0f, score %.1f",
                   iso_time(e.time, 2).c_str(), e.lat, e.lon, e.depth, e.p, e.s, e.stations,
                   e.scatter, e.gap, e.score);
-}
-
-static std::string trial_line(const Trial& trial) {
-    std::string out = "no event at " + iso_time(trial.time, 2);
-    if (trial.scanned) {
-        out += format(" %.3f %.3f %.1f km (grid %s): score %.1f, %d P %d S at %d stations",
-                      trial.best.lat, trial.best.lon, trial.best.depth, trial.grid.c_str(),
-                      trial.score, trial.p, trial.s, trial.stations);
-    } else {
-        out += " (grid " + trial.grid + ")";
-    }
-    return out + "; " + trial.lacking + "\n";
 }
 
 std::string explanation(double time, double window, const std::vector<Event>& events,

@@ -268,7 +268,7 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
     replace_array(grid.sources, std::move(sources));
     replace_array(grid.depths, std::move(depths));
     lay_out_positions(grid);
-    return apply_station_window(grid, window) && size_tables(grid);
+    return window.open() || (apply_station_window(grid, window) && size_tables(grid));
 }
 
 }  // namespace

@@ -62,7 +62,6 @@ bool read_station_window(Pf* pf, StationWindow& window) {
 }
 
 bool apply_station_window(Velorix& grid, const StationWindow& window) {
-    if (window.open()) return true;
     std::vector<Station> staying;
     for (const Station& station : stations(grid)) {
         double x = 0.0;
