@@ -96,7 +96,11 @@ void load_stations(Database& database, int table) {
             read = read_fdsn(path, name, fresh);
             break;
     }
-    if (table == kSite) database.tables.site = std::move(fresh.site);
+    if (table == kSite) {
+        complain_of_days(fresh);
+        database.tables.site_file = std::move(fresh.site_file);
+        database.tables.site = std::move(fresh.site);
+    }
     if (table == kAffiliation) database.tables.affiliation = std::move(fresh.affiliation);
     database.state[table] = read;
 }
@@ -119,21 +123,38 @@ size_t count(const Database& database, int table) {
     return rows_read(database, table) + (database.state[table] == Read::malformed ? 1 : 0);
 }
 
-void put(const std::string& text, void* out) { std::memcpy(out, text.c_str(), text.size() + 1); }
+bool put(const std::string& text, void* out) {
+    std::memcpy(out, text.c_str(), text.size() + 1);
+    return true;
+}
 
-bool get(const Site& row, const char* field, void* out) {
-    if (std::strcmp(field, "sta") == 0) return put(row.sta, out), true;
+// A position is handed out of a row that can be a station; false after a logged line.
+bool get_position(const Tables& tables, const Site& row, double value, void* out) {
+    const std::string fault = fault_of(row);
+    if (!fault.empty()) {
+        elog_log(0, "dbgetv: %s:%zu: %s\n", tables.site_file.c_str(), row.line, fault.c_str());
+        return false;
+    }
+    *static_cast<double*>(out) = value;
+    return true;
+}
+
+bool get(const Tables& tables, const Site& row, const char* field, void* out) {
+    if (std::strcmp(field, "sta") == 0) return put(row.sta, out);
     if (std::strcmp(field, "ondate") == 0) return *static_cast<long*>(out) = row.ondate, true;
     if (std::strcmp(field, "offdate") == 0) return *static_cast<long*>(out) = row.offdate, true;
-    if (std::strcmp(field, "lat") == 0) return *static_cast<double*>(out) = row.lat, true;
-    if (std::strcmp(field, "lon") == 0) return *static_cast<double*>(out) = row.lon, true;
-    if (std::strcmp(field, "elev") == 0) return *static_cast<double*>(out) = row.elev, true;
+    if (std::strcmp(field, "lat") == 0) return get_position(tables, row, row.lat, out);
+    if (std::strcmp(field, "lon") == 0) return get_position(tables, row, row.lon, out);
+    if (std::strcmp(field, "elev") == 0) return get_position(tables, row, row.elev, out);
+    if (row.net.empty()) return false;
+    if (std::strcmp(field, "net") == 0) return put(row.net, out);
+    if (std::strcmp(field, "code") == 0) return put(row.code, out);
     return false;
 }
 
 bool get(const Affiliation& row, const char* field, void* out) {
-    if (std::strcmp(field, "net") == 0) return put(row.net, out), true;
-    if (std::strcmp(field, "sta") == 0) return put(row.sta, out), true;
+    if (std::strcmp(field, "net") == 0) return put(row.net, out);
+    if (std::strcmp(field, "sta") == 0) return put(row.sta, out);
     return false;
 }
 
@@ -149,7 +170,7 @@ bool get_of_catalogue(const Database& database, int table, size_t row, const cha
 }
 
 bool get(const Database& database, int table, size_t row, const char* field, void* out) {
-    if (table == kSite) return get(database.tables.site[row], field, out);
+    if (table == kSite) return get(database.tables, database.tables.site[row], field, out);
     if (table == kAffiliation) return get(database.tables.affiliation[row], field, out);
     return get_of_catalogue(database, table, row, field, out);
 }

@@ -75,8 +75,12 @@ bool number(std::string_view line, const Field& at, std::optional<T> (*parse)(st
     return true;
 }
 
-bool known(double value, double null, const char* name, const RowPlace& place) {
-    return value != null || malformed(place, std::string(name) + " is null");
+// A coordinate; the table has a null of its own.
+bool coordinate(std::string_view line, const Field& at, double& value, const RowPlace& place) {
+    constexpr double null = -999.0;
+    if (!number(line, at, to_double, value, place)) return false;
+    if (value == null) value = kNull;
+    return true;
 }
 
 bool parse_site(std::string_view line, const RowPlace& place, Site& row) {
@@ -87,11 +91,9 @@ bool parse_site(std::string_view line, const RowPlace& place, Site& row) {
     row.sta = field(line, (*layout)[0]);
     return number(line, (*layout)[1], to_long, row.ondate, place) &&
            number(line, (*layout)[2], to_long, row.offdate, place) &&
-           number(line, (*layout)[3], to_double, row.lat, place) &&
-           number(line, (*layout)[4], to_double, row.lon, place) &&
-           number(line, (*layout)[5], to_double, row.elev, place) &&
-           known(row.lat, -999.0, "lat", place) && known(row.lon, -999.0, "lon", place) &&
-           known(row.elev, -999.0, "elev", place);
+           coordinate(line, (*layout)[3], row.lat, place) &&
+           coordinate(line, (*layout)[4], row.lon, place) &&
+           coordinate(line, (*layout)[5], row.elev, place);
 }
 
 bool parse_affiliation(std::string_view line, const RowPlace& place, Affiliation& row) {
@@ -120,12 +122,10 @@ Read read_lines(const std::string& path, Use use) {
 
 template <class Row>
 Read read_rows(const std::string& path, bool (*parse)(std::string_view, const RowPlace&, Row&),
-               std::vector<Row>& rows) {
+               Tables& tables) {
     return read_lines(path, [&](std::string_view line, const RowPlace& place) {
         Row row;
-        if (!parse(line, place, row) || !check(row, place)) return false;
-        rows.push_back(std::move(row));
-        return true;
+        return parse(line, place, row) && add(tables, std::move(row), place);
     });
 }
 
@@ -180,8 +180,8 @@ bool add_row(std::string_view line, const Schema& schema, const RowPlace& place,
 
 Read read_css(const std::string& prefix, std::string_view table, Tables& tables) {
     const std::string path = prefix + "." + std::string(table);
-    if (table == "site") return read_rows(path, parse_site, tables.site);
-    return read_rows(path, parse_affiliation, tables.affiliation);
+    if (table == "site") return read_rows(path, parse_site, tables);
+    return read_rows(path, parse_affiliation, tables);
 }
 
 Read read_css(const std::string& prefix, const Schema& schema, Rows& rows) {

@@ -8,9 +8,10 @@
  * and checked in one pass when it is first looked up; every later read comes from memory. A
  * malformed row is a logged error naming file and line, never a silent zero.
  *
- * Tables: `site` (sta, ondate, offdate, lat, lon, elev) and `affiliation` (net, sta), whose rows
- * are checked for what they mean; and those of a catalogue with all their columns, `event`,
- * `origin`, `origerr`, `assoc` and `arrival`, handed out as they stand, null values included.
+ * Tables: `site` (sta, ondate, offdate, lat, lon, elev; of an FDSN text also net and code) and
+ * `affiliation` (net, sta), whose rows are checked for what they mean; and those of a catalogue
+ * with all their columns, `event`, `origin`, `origerr`, `assoc` and `arrival`, handed out as they
+ * stand, null values included.
  */
 #ifdef __cplusplus
 extern "C" {
@@ -61,7 +62,11 @@ int dbquery(Dbptr db, int code, void* out);
  *
  *     dbgetv(db, 0, "sta", buffer, "lat", &lat, (char*)0);
  *
- * @return 0, or dbINVALID (no such record or field)
+ * A row of `site` with a null or a value out of its range hands out its code and days, but no
+ * position: that it is there harms nobody who does not choose it.
+ *
+ * @return 0, or dbINVALID (no such record or field; after a logged line with file and line: no
+ *         position)
  */
 int dbgetv(Dbptr db, const char* table, ...);
 

@@ -1,6 +1,7 @@
 #ifndef VELORIX_PLATFORM_DB_INTERNAL_H
 #define VELORIX_PLATFORM_DB_INTERNAL_H
 // What the readers of the three kinds of database share.
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,14 +12,21 @@
 
 namespace velorix::db {
 
-/// A row of `site`, checked.
+/// A coordinate that its file does not give.
+inline constexpr double kNull = std::numeric_limits<double>::quiet_NaN();
+
+/// A row of `site` as its file has it: what its values mean is checked when a position is asked
+/// for, so that a row that nobody chooses does no harm.
 struct Site {
     std::string sta;
-    long ondate = -1;   // year x 1000 + day of year; -1 unknown
-    long offdate = -1;  // -1 open
-    double lat = 0.0;   // degrees
-    double lon = 0.0;   // degrees
-    double elev = 0.0;  // km above sea level
+    long ondate = -1;    // year x 1000 + day of year; -1 unknown
+    long offdate = -1;   // -1 open
+    double lat = 0.0;    // degrees
+    double lon = 0.0;    // degrees
+    double elev = 0.0;   // km above sea level
+    size_t line = 0;     // in the file; SQLite: row in table order
+    std::string net{};   // of an FDSN text alone: the network, and the code
+    std::string code{};  // that `sta` is made of
 };
 
 /// A row of `affiliation`: a station belongs to a network.
@@ -28,6 +36,7 @@ struct Affiliation {
 };
 
 struct Tables {
+    std::string site_file;
     std::vector<Site> site;
     std::vector<Affiliation> affiliation;
 };
@@ -63,9 +72,15 @@ struct RowPlace {
 };
 /// Logs "dblookup: file:line: what" and returns false.
 bool malformed(const RowPlace& at, const std::string& what);
-/// Checks a row against what the table means; logs and returns false when it cannot be.
-bool check(const Site& row, const RowPlace& at);
-bool check(const Affiliation& row, const RowPlace& at);
+/// What is wrong with a network's and a station's code; empty when nothing.
+std::string fault_of_codes(const std::string& net, const std::string& sta);
+/// Adds a row whose codes can be codes; else logs and returns false.
+bool add(Tables& tables, Site&& row, const RowPlace& at);
+bool add(Tables& tables, Affiliation&& row, const RowPlace& at);
+/// What keeps a row from being a station: a null, or a value out of its range; empty when nothing.
+std::string fault_of(const Site& row);
+/// One line about rows whose first or last day is none.
+void complain_of_days(const Tables& tables);
 
 /// Logs and returns false when a line holds what no text table does: a NUL, or a carriage return
 /// within, which is a file whose rows have become one line.

@@ -97,6 +97,10 @@ std::optional<std::string> head(const std::string& path) {
     }
     std::string bytes(4096, '\0');
     bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file.get()));
+    if (std::ferror(file.get())) {
+        elog_log(1, "dbopen: cannot read %s\n", path.c_str());
+        return std::nullopt;
+    }
     return bytes;
 }
 
@@ -153,6 +157,10 @@ std::optional<std::string> read_text(const std::string& path) {
     text.resize(std::fread(text.data(), 1, text.size(), file.get()));
     if (std::ferror(file.get())) {
         elog_log(1, "dblookup: cannot read %s\n", path.c_str());
+        return std::nullopt;
+    }
+    if (text.size() != size || std::fgetc(file.get()) != EOF) {
+        elog_log(0, "dblookup: %s changes while it is read\n", path.c_str());
         return std::nullopt;
     }
     return text;

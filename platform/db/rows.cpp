@@ -1,4 +1,4 @@
-// Lines, numbers and the checks that every row passes, whatever file it came from.
+// Lines, numbers and what rows are checked for, whatever file they came from.
 #include <charconv>
 #include <cmath>
 
@@ -19,28 +19,36 @@ bool is_day(long day) {
     return day == -1 || (day >= 1001 && day <= 9999366 && of_year >= 1 && of_year <= 366);
 }
 
-bool check_code(const std::string& code, const char* what, const RowPlace& at) {
-    if (code.empty()) return malformed(at, std::string("no ") + what + " code");
+std::string fault_of_code(const std::string& code, const char* what) {
+    if (code.empty()) return std::string("no ") + what + " code";
     if (code.size() > kLongestCode) {
-        return malformed(at, std::string(what) + " code '" + code + "' is longer than " +
-                                 std::to_string(kLongestCode) + " characters");
+        return std::string(what) + " code '" + code + "' is longer than " +
+               std::to_string(kLongestCode) + " characters";
     }
     for (const char c : code) {
-        if (static_cast<unsigned char>(c) <= ' ' || c == 0x7f) {
-            return malformed(
-                at, std::string(what) + " code '" + code + "' has a blank or a control character");
-        }
+        if (static_cast<unsigned char>(c) <= ' ' || c == 0x7f)
+            return std::string(what) + " code '" + code + "' has a blank or a control character";
     }
-    return true;
+    return {};
 }
 
-bool check_range(double value, double low, double high, const char* name, const RowPlace& at) {
-    if (value >= low && value <= high) return true;
+std::string fault_of_day(const char* name, long day) {
+    if (is_day(day)) return {};
+    return std::string(name) + " " + std::to_string(day) + " is not a day (YYYYDDD)";
+}
+
+std::string fault_of_days(const Site& row) {
+    const std::string fault = fault_of_day("ondate", row.ondate);
+    return fault.empty() ? fault_of_day("offdate", row.offdate) : fault;
+}
+
+std::string fault_of_value(const char* name, double value, double low, double high) {
+    if (std::isnan(value)) return std::string(name) + " is null";
+    if (value >= low && value <= high) return {};
     char text[128];
     const auto end = std::to_chars(text, text + sizeof text, value).ptr;
-    return malformed(at, std::string(name) + " " + std::string(text, end) + " is not between " +
-                             std::to_string(static_cast<int>(low)) + " and " +
-                             std::to_string(static_cast<int>(high)));
+    return std::string(name) + " " + std::string(text, end) + " is not between " +
+           std::to_string(static_cast<int>(low)) + " and " + std::to_string(static_cast<int>(high));
 }
 
 }  // namespace
@@ -95,21 +103,49 @@ bool is_text(std::string_view line, const RowPlace& at) {
     return true;
 }
 
-bool check(const Site& row, const RowPlace& at) {
-    if (!check_code(row.sta, "station", at)) return false;
-    if (!is_day(row.ondate)) {
-        return malformed(at, "ondate " + std::to_string(row.ondate) + " is not a day (YYYYDDD)");
-    }
-    if (!is_day(row.offdate)) {
-        return malformed(at, "offdate " + std::to_string(row.offdate) + " is not a day (YYYYDDD)");
-    }
-    return check_range(row.lat, -90.0, 90.0, "latitude", at) &&
-           check_range(row.lon, -360.0, 360.0, "longitude", at) &&
-           check_range(row.elev, kLowestElevation, kHighestElevation, "elevation (km)", at);
+std::string fault_of_codes(const std::string& net, const std::string& sta) {
+    const std::string fault = fault_of_code(net, "network");
+    return fault.empty() ? fault_of_code(sta, "station") : fault;
 }
 
-bool check(const Affiliation& row, const RowPlace& at) {
-    return check_code(row.net, "network", at) && check_code(row.sta, "station", at);
+std::string fault_of(const Site& row) {
+    for (const std::string& fault :
+         {fault_of_code(row.sta, "station"), fault_of_days(row),
+          fault_of_value("latitude", row.lat, -90.0, 90.0),
+          fault_of_value("longitude", row.lon, -360.0, 360.0),
+          fault_of_value("elevation (km)", row.elev, kLowestElevation, kHighestElevation)}) {
+        if (!fault.empty()) return fault;
+    }
+    return {};
+}
+
+bool add(Tables& tables, Site&& row, const RowPlace& at) {
+    // A row without a code is a null that matters to whoever chooses it.
+    const std::string fault = row.sta.empty() ? "" : fault_of_code(row.sta, "station");
+    if (!fault.empty()) return malformed(at, fault);
+    tables.site_file = at.file;
+    row.line = at.line;
+    tables.site.push_back(std::move(row));
+    return true;
+}
+
+bool add(Tables& tables, Affiliation&& row, const RowPlace& at) {
+    const std::string fault = fault_of_codes(row.net, row.sta);
+    if (!fault.empty()) return malformed(at, fault);
+    tables.affiliation.push_back(std::move(row));
+    return true;
+}
+
+void complain_of_days(const Tables& tables) {
+    size_t count = 0;
+    const Site* first = nullptr;
+    for (const Site& row : tables.site) {
+        if (is_day(row.ondate) && is_day(row.offdate)) continue;
+        if (count++ == 0) first = &row;
+    }
+    if (!first) return;
+    elog_complain(0, "dblookup: %s:%zu: %s; %zu rows have such a day\n", tables.site_file.c_str(),
+                  first->line, fault_of_days(*first).c_str(), count);
 }
 
 }  // namespace velorix::db

@@ -11,6 +11,8 @@
 #include <new>
 #include <string_view>
 
+#include "platform/elog/printable.h"
+
 namespace {
 
 // Everything the log remembers between calls.
@@ -29,7 +31,8 @@ LogState& state() {
     return *instance;
 }
 
-// A formatted message: on the stack when it fits, else on the heap; cut short if memory fails.
+// A formatted message: on the stack when it fits, else on the heap; cut short if memory fails. It
+// quotes files of others, so nothing of it may reach a terminal as a command.
 class Message {
   public:
     Message(const char* format, va_list arguments) {
@@ -44,6 +47,8 @@ class Message {
             std::snprintf(small_, sizeof small_, "%s", format);
         }
         va_end(again);
+        char* written = large_ ? large_.get() : small_;
+        velorix::make_printable({written, std::strlen(written)}, "\n\t");
     }
     const char* text() const { return large_ ? large_.get() : small_; }
 
@@ -115,6 +120,7 @@ extern "C" void elog_init(int argc, char* const* argv) {
     LogState& log = state();
     const std::lock_guard lock(log.mutex);
     std::snprintf(log.program, sizeof log.program, "%s", slash ? slash + 1 : argv[0]);
+    velorix::make_printable({log.program, std::strlen(log.program)});
 }
 
 extern "C" int elog_log(int flag, const char* format, ...) {

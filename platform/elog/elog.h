@@ -3,9 +3,11 @@
 /** @file
  * Error log: every diagnostic of the system leaves through here.
  *
- * A line goes to standard error as "program: message". The message text stays exactly as given; a
- * missing newline at its end is added. With flag 1 a second line "program: <system error text>"
- * follows, from the value errno had on entry. Safe to call from several threads: lines never mix.
+ * A line goes to standard error as "program: message". The message text stays as given, but that
+ * control characters other than newline and tab, and bytes that are no UTF-8, become '?': messages
+ * quote files of others. A missing newline at the end is added. With flag 1 a second line "program:
+ * <system error text>" follows, from the value errno had on entry. Safe to call from several
+ * threads: lines never mix.
  */
 #ifdef __cplusplus
 extern "C" {
@@ -38,7 +40,7 @@ void elog_die(int flag, const char* format, ...) __attribute__((format(printf, 2
  * Receives log lines instead of standard error.
  * @param severity ELOG_LOG, ELOG_COMPLAIN or ELOG_DIE
  * @param flag     the flag of the call
- * @param message  the formatted message exactly as given, without program name or system error text
+ * @param message  the formatted message, without program name or system error text
  * @param user     the pointer handed to elog_set_hook
  */
 typedef void (*elog_hook)(int severity, int flag, const char* message, void* user);

@@ -104,6 +104,19 @@ int read_table(const char* path, Registrations& table) {
     return static_cast<int>(table.size());
 }
 
+// A station of one code in several networks is called NET_STA, here and in station tables. Network
+// codes have at most 8 letters and digits (FDSN Source Identifiers 1.0, 2022).
+Registration registration_of_name(std::string_view sta) {
+    constexpr size_t longest_network = 8;
+    const size_t bar = sta.find('_');
+    const auto is_plain = [](char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z'); };
+    const bool named = bar != sta.npos && bar >= 1 && bar <= longest_network &&
+                       bar + 1 < sta.size() &&
+                       std::all_of(sta.begin(), sta.begin() + bar, is_plain);
+    if (!named) return {"XX", std::string(sta)};
+    return {std::string(sta.substr(0, bar)), std::string(sta.substr(bar + 1))};
+}
+
 void copy_code(char* to, std::string_view code) {
     code.copy(to, SEEDNET_CODE_SIZE - 1);
     to[code.size()] = '\0';
@@ -130,7 +143,10 @@ extern "C" int seed_net(const char* sta, char* net, char* seedsta) {
         return -1;
     const auto found = registrations().find(std::string_view(sta));
     const bool known = found != registrations().end();
-    copy_code(net, known ? std::string_view(found->second.network) : "XX");
-    copy_code(seedsta, known ? std::string_view(found->second.code) : sta);
+    // A table of stations that are called NET_STA names them so too.
+    const auto [network, code] = registration_of_name(known ? found->second.code : sta);
+    const bool own_code = known && network != found->second.network;
+    copy_code(net, known ? std::string_view(found->second.network) : network);
+    copy_code(seedsta, own_code ? std::string_view(found->second.code) : code);
     return 0;
 }

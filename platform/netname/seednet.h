@@ -27,11 +27,13 @@ int seednet_load(const char* path);
 void seednet_clear(void);
 
 /**
- * Network and station code of a station.
+ * Network and station code of a station. A name of the form NET_STA (a network of at most 8 capital
+ * letters and digits), as stations have where networks share a code, tells both by itself.
  * @param[in]  sta     station name, 1 to 15 printable characters without blanks
- * @param[out] net     [SEEDNET_CODE_SIZE] its network; "XX", the code reserved for stations without
- *                     a registered network, when the station is not in the table
- * @param[out] seedsta [SEEDNET_CODE_SIZE] its registered code; `sta` when not in the table
+ * @param[out] net     [SEEDNET_CODE_SIZE] its network, of the table or else of the name; "XX", the
+ *                     code reserved for stations without a registered network, when neither tells
+ * @param[out] seedsta [SEEDNET_CODE_SIZE] its registered code, or what stands behind NET_; `sta`
+ *                     when neither table nor name tells
  * @return 0; -1 for an unusable name (outputs untouched, nothing logged)
  */
 int seed_net(const char* sta, char* net, char* seedsta);

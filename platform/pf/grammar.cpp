@@ -1,6 +1,5 @@
 // Text to tree. The only file that sees the TOML library.
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <sstream>
@@ -54,12 +53,6 @@ std::string streamed(const T& value) {
     out.imbue(std::locale::classic());
     out << value;
     return out.str();
-}
-
-std::string real_text(double value) {
-    char buffer[64];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    return {buffer, result.ptr};
 }
 
 // A date-time with an offset is an instant: it is brought to UTC, the only zone of the system.

@@ -26,9 +26,11 @@ struct CloseFile {
     void operator()(FILE* file) const { std::fclose(file); }
 };
 
+// One that cannot be looked at for an odd reason counts: another file must not take its place.
 bool is_file(const std::string& path) {
     struct stat status {};
-    return stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
+    if (stat(path.c_str(), &status) == 0) return !S_ISDIR(status.st_mode);
+    return errno != ENOENT && errno != ENOTDIR && errno != EACCES && errno != ENAMETOOLONG;
 }
 
 std::vector<std::string> folders() {

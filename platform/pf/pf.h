@@ -17,8 +17,9 @@ enum {
     PF_INT = 1,      ///< int*: an integer, or a numeric string with an integral value in range
     PF_DOUBLE = 3,   ///< double*: a number, or a numeric string (whole text, C locale)
     PF_STRING = 4,   ///< char**: any scalar in its usual text form; release it with free()
-    PF_LIST = 6,     ///< Tbl** of char*: array of scalars, or a multi-line string (one entry per
-                     ///< non-blank line, trimmed, '#' lines dropped); release: freetbl(list, free)
+    PF_LIST = 6,     ///< Tbl** of char*: array of scalars, a number alone, or a multi-line string
+                     ///< (one entry per non-blank line, trimmed, '#' lines dropped); release:
+                     ///< freetbl(list, free)
     PF_ARRAY = 10,   ///< Pf**: a table; belongs to its parent node
     PF_BOOLEAN = 11  ///< int*: true/false, 0/1, and the strings yes/no, on/off, true/false, 0/1
 };

@@ -30,6 +30,10 @@ std::string path(const Pf& node);
 /// What a person would call the node's value, for messages: "the string \"x\"", "a table".
 std::string description(const Pf& node);
 
+/// The usual text of a number: plain digits but for the very large and small, so that epoch seconds
+/// stay a time.
+std::string real_text(double value);
+
 /// The first line of a text whose brackets and dotted keys make more than `limit` levels; 0 when
 /// there is none.
 unsigned first_line_deeper_than(std::string_view text, size_t limit);

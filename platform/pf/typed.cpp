@@ -114,6 +114,10 @@ std::unique_ptr<Tbl, FreeList> as_list(const Pf& node) {
         append_lines(list.get(), node.text);
         return list;
     }
+    if (node.kind == Kind::integer || node.kind == Kind::real) {
+        append(list.get(), node.text);
+        return list;
+    }
     if (node.kind != Kind::array) return nullptr;
     for (const auto& item : node.items) {
         if (!is_c_string(*item)) return nullptr;

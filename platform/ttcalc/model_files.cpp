@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <system_error>
 #include <vector>
 
@@ -30,9 +29,13 @@ std::vector<fs::path> search_folders() {
     return folders;
 }
 
+// One that cannot be looked at for an odd reason counts: another file must not take its place.
 bool is_file(const fs::path& path) {
-    std::error_code status;
-    return fs::exists(path, status) && !fs::is_directory(path, status);
+    std::error_code error;
+    const fs::file_type type = fs::status(path, error).type();
+    if (type == fs::file_type::none)
+        return error != std::errc::permission_denied && error != std::errc::filename_too_long;
+    return type != fs::file_type::not_found && type != fs::file_type::directory;
 }
 
 bool find_file(const std::string& name, fs::path& found) {
@@ -55,8 +58,9 @@ bool read_file(const fs::path& path, std::string& text, std::string& error) {
         return false;
     }
     std::ifstream in(path, std::ios::binary);
-    text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    if (in.bad() || !in.is_open()) {
+    text.resize(size);
+    in.read(text.data(), static_cast<std::streamsize>(size));
+    if (!in) {  // also when the file has become shorter
         error = path.string() + ": cannot be read";
         return false;
     }

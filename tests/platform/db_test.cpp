@@ -2,15 +2,16 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "db_files.h"
 #include "support/log_capture.h"
 #include "support/temp_file.h"
 
@@ -18,52 +19,12 @@ namespace {
 
 using testing::HasSubstr;
 using velorix_test::LogCapture;
+using velorix_test::Row;
+using velorix_test::rows_of;
+using velorix_test::sqlite_file;
 using velorix_test::TempFolder;
 
 const std::string kDemo = std::string(VELORIX_SOURCE_DIR) + "/examples/data/demo";
-
-struct Row {
-    std::string sta;
-    long ondate = 0, offdate = 0;
-    double lat = 0.0, lon = 0.0, elev = 0.0;
-};
-
-// Every row of `site`; fewer than the table counts when one cannot be read.
-std::vector<Row> rows_of(const std::string& name) {
-    Dbptr db;
-    std::vector<Row> rows;
-    if (dbopen(name.c_str(), "r", &db) == dbINVALID) return rows;
-    Dbptr site = dblookup(db, nullptr, "site", nullptr, nullptr);
-    long count = 0;
-    if (dbquery(site, dbRECORD_COUNT, &count) == 0) {
-        for (site.record = 0; site.record < count; ++site.record) {
-            char sta[32];
-            Row row;
-            if (dbgetv(site, nullptr, "sta", sta, "ondate", &row.ondate, "offdate", &row.offdate,
-                       "lat", &row.lat, "lon", &row.lon, "elev", &row.elev,
-                       static_cast<char*>(nullptr)) == dbINVALID)
-                break;
-            row.sta = sta;
-            rows.push_back(row);
-        }
-    }
-    dbclose(&db);
-    return rows;
-}
-
-void execute(sqlite3* database, const std::string& statement) {
-    ASSERT_EQ(sqlite3_exec(database, statement.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
-        << statement;
-}
-
-std::string sqlite_file(const TempFolder& folder, const std::vector<std::string>& statements) {
-    std::string path = folder.path("stations.db");
-    sqlite3* database = nullptr;
-    EXPECT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
-    for (const std::string& statement : statements) execute(database, statement);
-    sqlite3_close(database);
-    return path;
-}
 
 void expect_same(std::vector<Row> a, std::vector<Row> b, double tolerance) {
     const auto before = [](const Row& x, const Row& y) {
@@ -82,6 +43,19 @@ void expect_same(std::vector<Row> a, std::vector<Row> b, double tolerance) {
     }
 }
 
+// A row of the flat file among those of the FDSN text, which has more decimals, and every network
+// that uses a code where the flat file has one.
+bool stands_in(const std::vector<Row>& fdsn, const Row& row) {
+    constexpr double half_a_digit = 0.51e-4;
+    return std::any_of(fdsn.begin(), fdsn.end(), [&](const Row& other) {
+        const bool named = other.sta == row.sta || other.sta.ends_with("_" + row.sta);
+        return named && other.ondate == row.ondate && other.offdate == row.offdate &&
+               std::abs(other.lat - row.lat) < half_a_digit &&
+               std::abs(other.lon - row.lon) < half_a_digit &&
+               std::abs(other.elev - row.elev) < half_a_digit;
+    });
+}
+
 TEST(Db, ThreeKindsOfDatabaseGiveTheSameRows) {
     const std::vector<Row> css = rows_of(kDemo);
     ASSERT_EQ(css.size(), 162u);
@@ -89,10 +63,11 @@ TEST(Db, ThreeKindsOfDatabaseGiveTheSameRows) {
     EXPECT_EQ(css[0].offdate, 2007365);
     EXPECT_EQ(css[0].lat, 11.9680);
 
-    // The flat file has four decimals, the FDSN text more.
     const LogCapture log;
-    expect_same(css, rows_of(kDemo + "_fdsn.txt"), 0.51e-4);
-    EXPECT_THAT(log.text(), HasSubstr("stations left out whose code another network uses"));
+    const std::vector<Row> fdsn = rows_of(kDemo + "_fdsn.txt");
+    EXPECT_EQ(fdsn.size(), 185u);
+    for (const Row& row : css) EXPECT_TRUE(stands_in(fdsn, row)) << row.sta;
+    EXPECT_TRUE(log.empty()) << log.text();
 
     std::vector<std::string> statements{
         "CREATE TABLE site (sta TEXT, ondate INTEGER, offdate INTEGER, lat REAL, lon REAL, "
@@ -166,6 +141,84 @@ TEST(Db, JoinsEpochsOfOnePlaceAndKeepsDaysApart) {
     EXPECT_EQ(rows[4].ondate, 2020174);
 }
 
+// Rows as "code first-last latitude".
+std::vector<std::string> days_of(const std::string& name) {
+    std::vector<std::string> rows;
+    for (const Row& row : rows_of(name)) {
+        rows.push_back(row.sta + " " + std::to_string(row.ondate) + "-" +
+                       std::to_string(row.offdate) + " " + std::to_string(lround(row.lat)));
+    }
+    return rows;
+}
+
+TEST(Db, ACodeOfSeveralNetworksIsNamedWithItsNetworkAndNoneIsLeftOut) {
+    const TempFolder folder;
+    const LogCapture log;
+    EXPECT_THAT(days_of(folder.write("s.txt",
+                                     "IU|AAA|1.0|2.0|0|A|2000-01-01|2001-12-31\n"
+                                     "IU|BBB|2.0|2.0|0|B|2000-01-01|\n"
+                                     "XX|AAA|3.0|2.0|0|A|2020-01-01|\n"
+                                     "IU|AAA|1.0|2.0|0|A|2001-12-31|2010-12-31\n"
+                                     "ZZ|AAA|4.0|2.0|0|A|1990-01-01|\n")),
+                testing::ElementsAre("IU_AAA 2000001-2010365 1", "BBB 2000001--1 2",
+                                     "XX_AAA 2020001--1 3", "ZZ_AAA 1990001--1 4"));
+    EXPECT_TRUE(log.empty()) << log.text();
+    EXPECT_TRUE(
+        rows_of(folder.write("t.txt",
+                             "A|B_C|1.0|2.0|0|A|2000-01-01|\nX|B_C|1.0|2.0|0|A|2000-01-01|\n"
+                             "A_B|C|1.0|2.0|0|A|2000-01-01|\nX|C|1.0|2.0|0|A|2000-01-01|\n"))
+            .empty());
+    EXPECT_THAT(log.text(), HasSubstr("t.txt:3: station A_B.C has the name A_B_C of A.B_C"));
+}
+
+TEST(Db, OnDaysOfTwoPlacesTheLaterStartCountsAndTheEarlierGoesOnBehindIt) {
+    const struct {
+        const char* name;
+        const char* epochs;  // start, end, latitude
+        std::vector<std::string> rows;
+        bool far;
+    } cases[] = {
+        {"a day shared",
+         "2000-01-01|2005-01-01|1\n2005-01-01||2\n",
+         {"A 2000001-2004366 1", "A 2005001--1 2"},
+         false},
+        {"within",
+         "2000-01-01||1\n2005-01-01|2005-12-31|2\n",
+         {"A 2000001-2004366 1", "A 2006001--1 1", "A 2005001-2005365 2"},
+         true},
+        {"within, and back at the first place before it ends",
+         "2000-01-01|2010-12-31|1\n2005-01-01|2005-12-31|2\n2005-07-01|2020-12-31|1\n",
+         {"A 2000001-2004366 1", "A 2005001-2005181 2", "A 2005182-2020366 1"},
+         true},
+        {"started on one day",
+         "2000-01-01|2010-12-31|1\n2000-01-01|2000-12-31|2\n",
+         {"A 2001001-2010365 1", "A 2000001-2000366 2"},
+         true},
+        {"three, the middle one short",
+         "2000-01-01|2000-12-30|1\n2000-12-31|2000-12-31|2\n2000-12-31||3\n",
+         {"A 2000001-2000365 1", "A 2000366--1 3"},
+         false},
+        {"ends before it starts",
+         "2000-01-01|1999-01-01|1\n2000-06-01|2001-01-01|2\n",
+         {"A 2000001-1999001 1", "A 2000153-2001001 2"},
+         false},
+    };
+    for (const auto& c : cases) {
+        const TempFolder folder;
+        std::istringstream epochs(c.epochs);
+        std::string text;
+        for (std::string line; std::getline(epochs, line);) {
+            const size_t bar = line.rfind('|');
+            text += "N|A|" + line.substr(bar + 1) + "|2|0|x|" + line.substr(0, bar) + "\n";
+        }
+        const LogCapture log;
+        EXPECT_EQ(days_of(folder.write("s.txt", text)), c.rows) << c.name;
+        EXPECT_EQ(log.text().find("1 stations at two places on one day") != std::string::npos,
+                  c.far)
+            << c.name << log.text();
+    }
+}
+
 TEST(Db, NamesFileAndLineOfARowThatCannotBeRead) {
     const std::string bad_lat = "BBB     2000001       -1   x0.0000   20.0000    1.5000";
     std::string null_lat = kGood, shifted = " " + kGood, metres = kGood, day = kGood;
@@ -180,7 +233,7 @@ TEST(Db, NamesFileAndLineOfARowThatCannotBeRead) {
     };
     const Case cases[] = {
         {"a.site", kGood + "\n" + bad_lat, "a.site:2: lat 'x0.0000' in columns 26 to 34"},
-        {"b.site", null_lat, "b.site:1: lat is null"},
+        {"b.site", null_lat, "b.site:1: latitude is null"},
         {"c.site", shifted, "c.site:1: "},
         {"d.site", metres, "d.site:1: elevation (km) 1500 is not between"},
         {"e.site", day, "e.site:1: ondate 2000400 is not a day"},
@@ -222,50 +275,6 @@ TEST(Db, SaysWhyANameIsNoDatabase) {
         EXPECT_TRUE(rows_of(name).empty());
         EXPECT_THAT(log.text(), HasSubstr(message)) << name;
     }
-}
-
-TEST(Db, ReportsWrongTypesAndMissingTablesOfSqliteFiles) {
-    const std::string table =
-        "CREATE TABLE site (sta TEXT, ondate INT, offdate INT, lat, lon, elev)";
-    const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{"CREATE TABLE other (x)"}, "no such table: site"},
-        {{"CREATE TABLE site (sta)"}, "no such column"},
-        {{table, "INSERT INTO site VALUES ('A', -1, -1, 1, 2, NULL)"}, ":1: column elev is null"},
-        {{table, "INSERT INTO site VALUES ('A', -1, -1, 'north', 2, 0)"},
-         ":1: column lat is 'north', expected a number"},
-    };
-    for (const auto& [statements, message] : cases) {
-        const TempFolder folder;
-        const LogCapture log;
-        EXPECT_TRUE(rows_of(sqlite_file(folder, statements)).empty());
-        EXPECT_THAT(log.text(), HasSubstr(message));
-    }
-}
-
-// The log beside such a file is made even for readers, which a read-only folder does not allow.
-TEST(Db, ReadsAWriteAheadSqliteFileInAFolderThatCannotBeWritten) {
-    const TempFolder folder;
-    std::filesystem::create_directory(folder.path("50% #1?"));
-    const std::string path = folder.path("50% #1?/stations.db");
-    std::filesystem::rename(
-        sqlite_file(folder, {"PRAGMA journal_mode = WAL",
-                             "CREATE TABLE site (sta, ondate, offdate, lat, lon, elev)",
-                             "INSERT INTO site VALUES ('A', -1, -1, 1.5, 2, 0)"}),
-        path);
-    chmod(folder.path().c_str(), 0755);
-    chmod(path.c_str(), 0444);
-    chmod(folder.path("50% #1?").c_str(), 0555);
-    constexpr uid_t nobody = 65534;
-    const uid_t self = geteuid();
-    // Nothing is read-only for root.
-    ASSERT_EQ(seteuid(self == 0 ? nobody : self), 0);
-    const LogCapture log;
-    const auto rows = rows_of(path);
-    ASSERT_EQ(seteuid(self), 0);
-    EXPECT_TRUE(log.empty()) << log.text();
-    ASSERT_EQ(rows.size(), 1u);
-    EXPECT_EQ(rows[0].lat, 1.5);
-    chmod(folder.path("50% #1?").c_str(), 0755);
 }
 
 long event_count(const std::string& name) {

@@ -67,6 +67,33 @@ TEST(Elog, LongMessagesAreNotCut) {
               "velorix: " + body + "\n");
 }
 
+TEST(Elog, NothingOfAMessageIsACommandToATerminal) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"\x1b[2Jgone\r", "?[2Jgone?"},  // ESC, CR
+        {"a\tb\nc", "a\tb\nc"},          // layout of messages
+        {"\xC2\x9B"
+         "31m",
+         "??31m"},  // CSI as one character of two bytes
+        {"\x9B"
+         "31m \x7F",
+         "?31m ?"},  // the same as a byte that is no UTF-8, DEL
+        {"S\xC3\xA3o \xE2\x82\xAC \xE3", "S\xC3\xA3o \xE2\x82\xAC ?"},
+    };
+    for (const auto& [given, shown] : rows) {
+        EXPECT_EQ(standard_error_of([given = given] { elog_log(0, "%s\n", given); }),
+                  std::string("velorix: ") + shown + "\n");
+        LogCapture log;
+        elog_complain(0, "%s", given);
+        EXPECT_EQ(log.text(), shown);
+    }
+    EXPECT_EQ(standard_error_of([] {
+                  name_program("/bin/\x1b]0;x");
+                  elog_log(0, "%s\n", (std::string(2000, 'x') + "\x1b").c_str());
+                  name_program("velorix");
+              }),
+              "?]0;x: " + std::string(2000, 'x') + "?\n");
+}
+
 TEST(Elog, LinesOfSeveralThreadsNeverMix) {
     constexpr int kThreads = 4;
     constexpr int kLines = 200;

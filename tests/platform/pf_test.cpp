@@ -8,6 +8,9 @@
 #include <cstdlib>
 #include <memory>
 
+#include "platform/elog/printable.h"
+#include "platform/pf/show.h"
+#include "platform/pf/tree.h"
 #include "support/environment.h"
 #include "support/log_capture.h"
 #include "support/temp_file.h"
@@ -77,6 +80,66 @@ TEST(Pf, ReadsListsFromArraysAndFromLines) {
     EXPECT_THAT(list_of(pf.get(), "a"), ElementsAre("x", "1", "2.5"));
     EXPECT_THAT(list_of(pf.get(), "empty"), ElementsAre());
     EXPECT_THAT(list_of(pf.get(), "lines"), ElementsAre("AAA", "CCC"));
+    const PfPtr number = parsed("i = 10\nr = 2.5");
+    EXPECT_THAT(list_of(number.get(), "i"), ElementsAre("10"));
+    EXPECT_THAT(list_of(number.get(), "r"), ElementsAre("2.5"));
+}
+
+// A time as epoch seconds has to reach the time conversion in digits.
+TEST(Pf, NumbersAreTextWithoutAnExponentWhileThatIsReadable) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"1500000000.0", "1500000000"},
+        {"1500000000.5", "1500000000.5"},
+        {"1e9", "1000000000"},
+        {"-1e14", "-100000000000000"},
+        {"1e15", "1e+15"},
+        {"0.0001", "0.0001"},
+        {"0.00001", "1e-05"},
+        {"0.0", "0"},
+        {"-0.0", "-0"},
+        {"123456789012345.25", "123456789012345.25"}};
+    for (const auto& [number, text] : cases)
+        EXPECT_EQ(string_of(parsed(std::string("x = ") + number).get(), "x"), text);
+}
+
+TEST(Pf, ShowsValuesThatReadBackAsTheSame) {
+    const char* values[] = {"1",
+                            "-7",
+                            "1500000000.0",
+                            "0.1",
+                            "-0.0",
+                            "1e+300",
+                            "5e-324",
+                            "inf",
+                            "-inf",
+                            "nan",
+                            "true",
+                            "1979-05-27",
+                            "07:32:00",
+                            "1979-05-27T07:32:00",
+                            "1979-05-27T07:32:00Z",
+                            R"("a \"quoted\" \\ text")",
+                            R"("line\nand\ttab")",
+                            R"("\u001B[2J \u009B \u007F")",
+                            "\"\u00e9 \xE2\x82\xAC\"",
+                            R"([1, "x", [true, {}]])",
+                            "[]",
+                            "{}",
+                            R"({ a = 1, "b c" = { d-1_ = ["x"] }, "" = 2.5 })"};
+    for (const char* value : values) {
+        const PfPtr pf = parsed(std::string("x = ") + value);
+        const std::string shown = velorix::pf::toml_value(*pf->children.at("x"));
+        const PfPtr again = parsed("x = " + shown);
+        EXPECT_EQ(velorix::pf::toml_value(*again->children.at("x")), shown) << value;
+        EXPECT_EQ(again->children.at("x")->kind, pf->children.at("x")->kind) << shown;
+        EXPECT_EQ(again->children.at("x")->text, pf->children.at("x")->text) << shown;
+        EXPECT_EQ(velorix::printable(shown), shown) << value;
+    }
+    EXPECT_EQ(velorix::pf::toml_string("\x9B"
+                                       "31m"),
+              "\"?31m\"");
+    EXPECT_EQ(velorix::pf::toml_real(2), "2.0");
+    EXPECT_EQ(velorix::pf::toml_real(1.5e300), "1.5e+300");
 }
 
 TEST(Pf, RefusesAnythingElseWithFileLineColumnAndKey) {
@@ -98,7 +161,7 @@ TEST(Pf, RefusesAnythingElseWithFileLineColumnAndKey) {
         {"x = inf", PF_INT, "key 'x' is the number inf, expected an integer"},
         {"x = '0x10'", PF_INT, "expected an integer"},
         {"x = '1,5'", PF_DOUBLE, "expected a number"},
-        {"x = 3", PF_LIST, "expected a list of strings"},
+        {"x = true", PF_LIST, "expected a list of strings"},
         {"x = 3", PF_ARRAY, "expected a table"},
         {"y = 3", PF_INT, "test.toml:1:1: required key 'x' is missing, expected an integer"},
     };

@@ -27,6 +27,18 @@ TEST_F(SeedNet, UnknownStationHasNoNetworkAndItsOwnName) {
     EXPECT_EQ("XX_ABCDEFGHIJKLMNO", name_of("ABCDEFGHIJKLMNO"));
 }
 
+TEST_F(SeedNet, ANameMayTellItsNetwork) {
+    EXPECT_EQ("IU_ANMO", name_of("IU_ANMO"));
+    EXPECT_EQ("XA2012_A_B", name_of("XA2012_A_B"));
+    for (const char* name : {"_ANMO", "IU_", "NINELONGX_A", "iu_anmo"})
+        EXPECT_EQ(std::string("XX_") + name, name_of(name)) << "not a network in front";
+    const TempFile table("IU IU_ANMO\nII XX_ANMO\nUS GE_X Y\n");
+    EXPECT_EQ(3, seednet_load(table.c_str()));
+    EXPECT_EQ("IU_ANMO", name_of("IU_ANMO")) << "a table made of such names";
+    EXPECT_EQ("II_XX_ANMO", name_of("XX_ANMO")) << "another network in the table counts";
+    EXPECT_EQ("US_Y", name_of("GE_X"));
+}
+
 TEST_F(SeedNet, UnusableNamesFail) {
     for (const char* name : {"", "A B", "ABCDEFGHIJKLMNOP", "A\n"}) {
         EXPECT_EQ("unusable", name_of(name)) << name;
