@@ -34,6 +34,12 @@ TEST(EngineMemory, SearchParameters) {
     walk("velorix_search_from_pf",
          [&] { return velorix_search_from_pf(search.sp, pf.get()) == 0; });
     EXPECT_EQ(search->nstation_weights, 2);
+    walk("velorix_show_search", [&] {
+        char* text = velorix_show_search(search.sp, nullptr);
+        const bool made = text != nullptr;
+        free(text);
+        return made;
+    });
 }
 
 TEST(EngineMemory, PickLines) {

@@ -22,7 +22,7 @@ TEST(SearchParameters, BadOnesAreNamed) {
                  {"station_weights = ['A.* 1 2 3']", "p_weights = ['2 1', '1 1']",
                   "s_weights = ['0 1x']", "nsta_thresh = ['1 1.5']"}},
                 {"velorix_search_from_pf: parse_param(",
-                 {"cluster_twin = 'wide'", "sta_defining_arr = 3.5"}}};
+                 {"cluster_twin = 'wide'", "sta_defining_arr = true"}}};
     TinyGrid grid(ring_of_stations(3), {.s_times = false});
     for (const auto& row : rows) {
         for (const char* toml : row.faults) {

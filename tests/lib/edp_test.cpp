@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <functional>
+#include <tuple>
 #include <vector>
 
 #include "laid_out_grid.h"
@@ -70,13 +71,83 @@ TEST(EdpGrid, TakesItsReferencePointFromAStation) {
     EXPECT_NEAR(grid->sources[4].lon, 60.0, 1e-12);
 }
 
-TEST(EdpGrid, ReadsTextThatIsNoDepthAsZero) {
+TEST(EdpGrid, ReadsTextThatIsNoDepthAsZeroAndSaysSo) {
     const GridPtr grid = four_stations();
-    const char* depths = R"([" 7.5km", "surface", "+3", "-1.5", "+-2", "0x10", "1e-400"])";
+    const char* depths = R"([" 7.5km", "surface", "+3 ", "-1.5", "+-2", "0x10", "1e-400", 2])";
+    const LogCapture log;
     ASSERT_EQ(set_up(*grid, {{"depths", depths}}), 0);
+    const std::string before = "velorix_setup_edp_grid: depths: '";
+    EXPECT_THAT(log.messages(),
+                testing::ElementsAre(before + " 7.5km' is not one number, 7.5 km is taken.\n",
+                                     before + "surface' is not one number, 0 km is taken.\n",
+                                     before + "+-2' is not one number, 0 km is taken.\n"));
     EXPECT_THAT(std::vector<double>(grid->depths, grid->depths + grid->nd),
-                testing::ElementsAre(7.5, 0.0, 3.0, -1.5, 0.0, 16.0, 0.0));
+                testing::ElementsAre(7.5, 0.0, 3.0, -1.5, 0.0, 16.0, 0.0, 2.0));
     EXPECT_EQ(grid->sources[0].depth, 7.5);
+}
+
+TEST(EdpGrid, TakesOneDepthForAListAndWarnsOfAListThatIsOneText) {
+    for (const auto& [depths, depth, complaints] :
+         {std::tuple("10", 10.0, 0u), {"2.5", 2.5, 0u}, {"'0, 3, 6, 9'", 0.0, 1u}}) {
+        const GridPtr grid = four_stations();
+        const LogCapture log;
+        ASSERT_EQ(set_up(*grid, {{"depths", depths}}), 0);
+        EXPECT_EQ(grid->nd, 1);
+        EXPECT_EQ(grid->depths[0], depth);
+        EXPECT_EQ(log.count(), complaints) << log.text();
+    }
+}
+
+TEST(EdpGrid, WarnsWithItsCornersOfAMeshThatIsHardlyMeantSo) {
+    const struct {
+        const char* name;
+        Keys changes;
+        std::vector<const char*> words;
+    } cases[] = {
+        {"as it should be", {}, {}},
+        {"a wide mesh over a wide network", {{"xmin", "-150"}, {"xmax", "150"}}, {}},
+        {"backwards",
+         {{"xmin", "1"}, {"xmax", "-1"}, {"ymin", "2"}, {"ymax", "-1"}},
+         {"Grid grid: xmin 1 is above xmax -1; ymin 2 is above ymax -1; its corners are at",
+          "(2.000 1.000) (2.000 -1.000) (-1.000 1.000) (-1.000 -1.000)."}},
+        {"coordinates of the area",
+         {{"latr", "42.7"},
+          {"lonr", "13.2"},
+          {"xmin", "12.5"},
+          {"xmax", "14"},
+          {"ymin", "42"},
+          {"ymax", "43.5"}},
+         {"extents are offsets from the reference point (42.7 13.2), not coordinates"}},
+        {"kilometres",
+         {{"xmin", "-50"}, {"xmax", "50"}, {"stations", "['A', 'B', 'C']"}},
+         {"extents are degrees, not km: they reach 50 degrees from the reference point, the "
+          "farthest station is at 1.50"}},
+        {"latitude and longitude swapped",
+         {{"latr", "-33"}, {"lonr", "70"}},
+         {"its nodes are far from every station: B, the nearest, is 71 degrees away",
+          "(-33.994 68.794)"}},
+    };
+    for (const auto& c : cases) {
+        const bool near_alone = c.changes.count("stations") > 0;
+        const GridPtr grid =
+            near_alone ? grid_with_stations({{"A", 0.0, 0.0}, {"B", 0.0, 1.5}, {"C", -1.0, -1.0}})
+                       : four_stations();
+        const LogCapture log;
+        ASSERT_EQ(set_up(*grid, c.changes), 0) << c.name;
+        EXPECT_EQ(log.count(), c.words.empty() ? 0u : 1u) << c.name << log.text();
+        for (const char* words : c.words)
+            EXPECT_THAT(log.text(), testing::HasSubstr(words)) << c.name;
+    }
+}
+
+TEST(EdpGrid, SaysThatALongNameIsCut) {
+    const GridPtr grid = four_stations();
+    const LogCapture log;
+    const std::string fits(64, 'm'), longer(65, 'm');
+    ASSERT_EQ(set_up(*grid, {{"method", "'" + fits + "'"}, {"model", "'" + longer + "'"}}), 0);
+    EXPECT_EQ(log.text(),
+              "velorix_setup_edp_grid: model '" + longer + "' is cut to its first 64 bytes.\n");
+    EXPECT_EQ(std::string(grid->model, 64), fits);
 }
 
 // Keys that are missing or of another kind are refused in the cases of the tool.
@@ -88,7 +159,7 @@ TEST(EdpGrid, RefusesWhatCannotBeLaidOut) {
          {{{"latr", "inf"}}, "latr must be finite (inf)."},
          {{{"strike", "-inf"}}, "strike must be finite (-inf)."},
          {{{"depths", "[5, nan]"}}, "depths must be finite (nan)."},
-         {{{"pxstamax", "nan"}}, "pxstamax must be finite (nan)."},
+         {{{"pxstamax", "nan"}}, "pxstamax must be a number (nan)."},
          {{{"latr", "90.5"}}, "latr must be between -90 and 90 (90.5)."},
          {{{"xmax", "1e200"}}, "xmax must be between -360 and 360 (1e+200)."},
          {{{"nx", "2147483647"}, {"ny", "2147483647"}},
@@ -128,6 +199,13 @@ TEST(EdpGrid, ARecordCanBeLaidOutAgain) {
         compute(*grid, heap);
         expect_readable(heap);
     }
+}
+
+TEST(StationWindow, MayBeOpenToInfinity) {
+    const GridPtr grid = four_stations();
+    ASSERT_EQ(set_up(*grid, {{"pxstamin", "-inf"}, {"pxstamax", "100"}, {"pystamax", "inf"}}), 0);
+    EXPECT_EQ(grid->ns, 2) << "A and C; B and D lie east of the mesh";
+    EXPECT_STREQ(grid->stations[1].sta, "C");
 }
 
 TEST(StationWindow, LetsAMeshBeThatIsTooLargeForAllStations) {

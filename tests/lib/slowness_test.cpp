@@ -4,11 +4,13 @@
 
 #include "laid_out_grid.h"
 #include "platform/ttcalc/ttcalc.h"
+#include "slow2d.h"
 #include "velorix_pvt.h"
 
 namespace {
 
 using namespace velorix_test;
+using velorix::reset_slowness_table;
 
 GridPtr two_stations() { return grid_with_stations({{"A", 1.0, 2.0, 0.5}, {"B", -30.0, 140.0}}); }
 
@@ -102,6 +104,29 @@ TEST(SlownessGrid, KeepsBothBoundsAndDropsWhatHasNoDistance) {
     }
 }
 
+TEST(SlownessGrid, TakesAnInfiniteBoundForNone) {
+    const GridPtr grid = two_stations();
+    ASSERT_EQ(set_up(*grid, {{"minslow", "-inf"}, {"maxslow", "inf"}}), 0);
+    EXPECT_EQ(grid->nn, 9);
+}
+
+// All grids of a process are placed by the table of the first.
+TEST(SlownessGrid, ComplainsOfATableOfAnotherModelOrDepth) {
+    reset_slowness_table();
+    const auto complaint_of = [](const Keys& changes) {
+        const GridPtr grid = two_stations();
+        const LogCapture log;
+        EXPECT_EQ(set_up(*grid, changes), 0);
+        return log.text();
+    };
+    EXPECT_EQ(complaint_of({}), "");
+    EXPECT_EQ(complaint_of({}), "");
+    for (const Keys& changes : {Keys{{"model", "'ak135'"}}, Keys{{"depth", "33"}}}) {
+        const std::string text = complaint_of(changes);
+        EXPECT_NE(text.find("is placed by the slownesses of model iasp91 at 10 km"), text.npos);
+    }
+}
+
 // Keys that are missing or of another kind are refused in the cases of the tool.
 TEST(SlownessGrid, RefusesWhatCannotBeLaidOut) {
     const auto leaves_no_nodes = [](Velorix& grid, const Keys& changes) {
@@ -115,6 +140,8 @@ TEST(SlownessGrid, RefusesWhatCannotBeLaidOut) {
                     {{{"minslow", "0.07"}, {"maxslow", "0.05"}}, "No grid nodes to process."},
                     {{{"xmin", "5"}, {"xmax", "6"}}, "No grid nodes to process."},
                     {{{"xmax", "nan"}}, "xmax must be finite (nan)."},
+                    {{{"maxslow", "nan"}}, "maxslow must be finite (nan)."},
+                    {{{"depth", "inf"}}, "depth must be finite (inf)."},
                     {{{"latr", "-91"}}, "latr must be between -90 and 90 (-91)."},
                     {{{"nx", "2147483647"}, {"ny", "2147483647"}},
                      "2147483647 x 2147483647 mesh points exceed the limit of 89478485."}});

@@ -1,8 +1,13 @@
 // Grids from a list of positions, and the coordinates files they come from.
 #include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <cmath>
+#include <fstream>
+#include <thread>
+#include <tuple>
 #include <vector>
 
 #include "laid_out_grid.h"
@@ -48,6 +53,29 @@ TEST(CoordsFile, ReadsNumbersAsWrittenAndSkipsOtherLinesButNotBlankOnes) {
     const Points read = points(many);
     ASSERT_EQ(read.size(), 1501u);
     EXPECT_EQ(read[1500][2], 1500.0);
+}
+
+// Of a device that never ends.
+TEST(CoordsFile, ReadsOnlySoMuchOfWhatIsNoRegularFile) {
+    const velorix_test::TempFolder folder;
+    const std::string pipe = folder.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    signal(SIGPIPE, SIG_IGN);
+    for (const auto& [piece, lines, message] :
+         {std::tuple("1 2 3\n", 5L, ""),
+          {"a line without numbers is no point\n", 11'000'000L, "has more than 10000000 lines."}}) {
+        std::thread writer([&pipe, piece = std::string(piece), lines = lines] {
+            std::ofstream out(pipe);
+            for (long i = 0; i < lines && out; ++i) out << piece;
+        });
+        const LogCapture log;
+        Coords* coords = nullptr;
+        EXPECT_EQ(read_coords(pipe.c_str(), &coords, 0.0), *message ? -1 : 0);
+        EXPECT_EQ(coords ? coords->npoints : 0, *message ? 0 : 5);
+        EXPECT_THAT(log.text(), HasSubstr(message));
+        writer.join();
+        coords_free(coords);
+    }
 }
 
 const std::string kCalculator = "method='tttaup'\nmodel='iasp91'\n";

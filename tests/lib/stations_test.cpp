@@ -57,7 +57,8 @@ TEST(Stations, FollowListTableAndDay) {
         // No list: table order; the last row for all days, the valid row for a day.
         {"time='all'", {"BBB:13", "AAA:11", "CCC:15"}},
         {"time='2000005'", {"AAA:10", "BBB:13"}},
-        {"", {"BBB:12", "AAA:11", "CCC:15"}},  // today
+        {"time=947000000.0", {"AAA:10", "BBB:13"}},  // the same day as epoch seconds
+        {"", {"BBB:12", "AAA:11", "CCC:15"}},        // today
     };
     for (const auto& [toml, expected] : cases) EXPECT_EQ(chosen(db, toml), expected) << toml;
 }
@@ -89,30 +90,106 @@ TEST(Stations, AreTheSameFromEveryKindOfDatabase) {
     const velorix_test::TempFolder folder;
     const std::string sqlite = demo_as_sqlite(folder);
     const std::string list = "\nstations=['CASY','SUMG','ACON','NOPE','ANMO','CCIG']";
-    // The FDSN text comes first with the complaint about codes of two networks.
-    const auto fdsn = [](const std::string& toml) {
-        std::vector<std::string> lines = chosen(kDemo + "_fdsn.txt", toml);
-        EXPECT_FALSE(lines.empty());
-        if (!lines.empty()) lines.erase(lines.begin());
+    // The same for a text in which two networks have a station SUMG.
+    std::string fdsn_list = list;
+    fdsn_list.insert(fdsn_list.find("SUMG"), "GE_");
+    const std::string fdsn = kDemo + "_fdsn.txt";
+    const auto unnamed = [](std::vector<std::string> lines) {
+        for (std::string& line : lines) {
+            if (line.find(' ') == line.npos) line.erase(0, line.find('_') + 1);
+        }
         return lines;
-    };
-    const auto in_order = [](const std::vector<std::string>& lines) {
-        return std::multiset<std::string>(lines.begin(), lines.end());
     };
     for (const char* time : {"1965001", "1995001", "2010060", "2016237", "2023200", "all"}) {
         SCOPED_TRACE(time);
         const std::string toml = std::string("time='") + time + "'";
         const std::vector<std::string> flat = chosen(kDemo, toml);
         EXPECT_EQ(flat, chosen(sqlite, toml));
-        EXPECT_EQ(in_order(flat), in_order(fdsn(toml)));
+        const std::vector<std::string> text = unnamed(chosen(fdsn, toml));
+        const std::set<std::string> all(text.begin(), text.end());
+        for (const std::string& station : flat) EXPECT_EQ(all.count(station), 1u) << station;
         if (toml == "time='1995001'") {
             EXPECT_EQ(flat.size(), 85u);
+            EXPECT_EQ(text.size(), 91u) << "six more of networks that share a code";
         }
         // A list gives the order itself.
         const std::vector<std::string> listed = chosen(kDemo, toml + list);
         EXPECT_EQ(listed, chosen(sqlite, toml + list));
-        EXPECT_EQ(listed, fdsn(toml + list));
+        EXPECT_EQ(listed, unnamed(chosen(fdsn, toml + fdsn_list)));
     }
+}
+
+// Two networks have a station AAA, of which only the second operates in 2003.
+constexpr const char* kTwoNetworks =
+    "IU|AAA|10|0|0|A|2010-01-01|\nXX|AAA|20|0|0|A|2000-01-01|2005-12-31\n"
+    "XX|BBB|30|0|0|B|2000-01-01|\n";
+
+TEST(Stations, OfSeveralNetworksAreChosenByNameAndNeverMistaken) {
+    const velorix_test::TempFolder folder;
+    const std::string db = folder.write("net.txt", kTwoNetworks);
+    const std::string ambiguous = "velorix_setup_stations: Station AAA stands for several in " +
+                                  db + ", list one of: IU_AAA, XX_AAA.\n";
+    const std::string absent = "velorix_setup_stations: Cannot find site row for station XX.BBB.\n";
+    const std::string hint = "velorix_setup_stations: Codes stand without network in " + db +
+                             ": list BBB, or XX_BBB where networks share it.\n";
+    const std::pair<const char*, std::vector<std::string>> cases[] = {
+        {"time='2003001'", {"XX_AAA:20", "BBB:30"}},
+        {"time='all'", {"IU_AAA:10", "XX_AAA:20", "BBB:30"}},
+        {"time='2003001'\nstations=['BBB','XX_AAA']", {"BBB:30", "XX_AAA:20"}},
+        {"time='2003001'\nstations=['BBB','AAA']", {ambiguous}},
+        {"time='all'\nstations=['AAA']", {ambiguous}},
+        {"time='all'\nstations=['XX.BBB','BBB']", {absent, hint, "BBB:30"}},
+    };
+    for (const auto& [toml, expected] : cases) EXPECT_EQ(chosen(db, toml), expected) << toml;
+}
+
+TEST(Stations, LeftOutForWantOfATimeAreCounted) {
+    const velorix_test::TempFolder folder;
+    const std::string db = folder.write("net.txt", kTwoNetworks);
+    const auto complaint = [&](const char* number) {
+        return std::string("velorix_setup_stations: ") + number + " stations of " + db +
+               " are left out, they are not open today, and no time is given.\n";
+    };
+    EXPECT_EQ(chosen(db, ""), (std::vector<std::string>{complaint("1"), "IU_AAA:10", "BBB:30"}));
+    EXPECT_EQ(chosen(db, "stations=['BBB','XX_AAA']"),
+              (std::vector<std::string>{
+                  "velorix_setup_stations: Cannot find site row for station XX_AAA.\n",
+                  complaint("1"), "BBB:30"}));
+    EXPECT_EQ(chosen(db, "time='2024-01-01'"), (std::vector<std::string>{"IU_AAA:10", "BBB:30"}));
+}
+
+// What a row lacks matters when it is chosen, and then it is told of with file and line.
+TEST(Stations, ARowThatCannotBeAStationFailsOnlyWhenItIsChosen) {
+    const velorix_test::TempFolder folder;
+    const std::string good = "BBB     2000001       -1   12.0000    0.0000    0.0000\n";
+    const struct {
+        const char* row;
+        const char* fault;
+    } rows[] = {
+        {"AAA     2000001  2009365 -999.0000    0.0000    0.0000\n", "latitude is null"},
+        {"AAA     2000001  2009365   95.0000    0.0000    0.0000\n",
+         "latitude 95 is not between -90 and 90"},
+        {"AAA     2000001  2009365   10.0000 -999.0000    0.0000\n", "longitude is null"},
+        {"AAA     2000001  2009365   10.0000    0.0000 2500.0000\n",
+         "elevation (km) 2500 is not between -12 and 10"},
+    };
+    for (const auto& [row, fault] : rows) {
+        const std::string db = folder.write("t.site", row + good);
+        const std::vector<std::string> fails = {
+            "dbgetv: " + db + ":1: " + fault + "\n",
+            "velorix_setup_stations: dbgetv(" + db + ".site) error.\n"};
+        for (const char* toml : {"time='2005001'", "time='all'", "time='all'\nstations=['AAA']"})
+            EXPECT_EQ(chosen(db, toml), fails) << row << toml;
+        for (const char* toml : {"time='2015001'", "time='2005001'\nstations=['BBB']"})
+            EXPECT_EQ(chosen(db, toml), (std::vector<std::string>{"BBB:12"})) << row << toml;
+    }
+    // A day that is none may leave a row out, which is told at once.
+    const std::string db =
+        folder.write("t.site", "AAA     2000001        0   10.0000    0.0000    0.0000\n" + good);
+    const std::string day = "dblookup: " + db + ":1: offdate 0 is not a day (YYYYDDD); ";
+    EXPECT_EQ(chosen(db, "time='2015001'"),
+              (std::vector<std::string>{day + "1 rows have such a day\n", "BBB:12"}));
+    EXPECT_EQ(chosen(db, "time='all'").size(), 3u);
 }
 
 }  // namespace

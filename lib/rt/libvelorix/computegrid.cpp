@@ -45,10 +45,10 @@ class Pass {
     Tbl* times_ = nullptr;  // the calculator's answer, owned by its state
 };
 
-/// Percentages of a counter that runs to `last`; a single step is all of it.
+/// Percentages of a counter that runs to `last`; a single step is all of it, none is nothing.
 class Progress {
   public:
-    explicit Progress(int64_t last) : single_(last < 1), scale_(1.0 / static_cast<double>(last)) {}
+    explicit Progress(int64_t last) : single_(last == 0), scale_(1.0 / static_cast<double>(last)) {}
     double percent(int64_t count) const {
         return single_ ? 100.0 : static_cast<double>(count) * 100.0 * scale_;
     }

@@ -2,6 +2,7 @@
 #include "slow2d.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -39,6 +40,8 @@ enum { kPn, kP, kPKiKP, kPKPdf, kPhases };
 /// The table of the process.
 struct Table {
     velorix::CArray<mystuff_> entries;
+    char model[VELORIX_NAME_SIZE + 1] = "";  // what it was built for
+    double depth = 0.0;
     int count = 0;
     Phase phases[kPhases] = {{"Pn"}, {"P"}, {"PKiKP"}, {"PKPdf"}};
 };
@@ -92,6 +95,8 @@ bool fill(Table& into, const char* model, double sdepth, double relev) {
 
 bool build(const char* model, double sdepth, double relev) {
     Table fresh;
+    std::snprintf(fresh.model, sizeof fresh.model, "%s", model);
+    fresh.depth = sdepth;
     fresh.entries = velorix::make_c_array<mystuff_>(kSamples);
     if (!fresh.entries) {
         elog_log(1, "malloc error.\n");
@@ -137,6 +142,8 @@ const mystuff_* search(const Phase& phase, double slowness) {
 namespace velorix {
 
 void reset_slowness_table() { table = Table{}; }
+
+SlownessTable slowness_table() { return {table.entries ? table.model : nullptr, table.depth}; }
 
 }  // namespace velorix
 

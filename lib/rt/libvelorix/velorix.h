@@ -181,17 +181,19 @@ void velorix_release(void* grid);
  *  - `stations` given: the stations of the list, in its order, each by its first row in the table
  *    that is valid on the day; for "all" by its row of greatest ondate (the first of equals). A
  *    station without such a row is complained of and left out; a name that comes twice is a
- * failure.
+ *    failure, and so is a bare code that several stations of an FDSN text, NET_STA each, share.
  *  - no list, a day: every row valid on the day, in table order; two of one station are a failure.
  *  - no list, "all": every station once, in the order of first rows, by its last row.
  * @param[in,out] grid   a record of velorix_new
  * @param[in]     dbname station database, as dbopen takes it
  * @param[in]     pf     the grid's parameters: `time` (a time string or exactly "all"; absent:
  *                       today) and `stations` (list of codes; absent: all)
- * @return 0; -1 after a logged line: a parameter, the database or a row cannot be read, a time
- * cannot be decoded, a code is longer than 15 characters, a station comes twice, none is left, no
- * memory. The record then has no stations (untouched when the failure came before the choice);
- * sta_arr holds what had been chosen, without stations behind it, and is released with the record.
+ * Without `time` one line tells how many stations are left out because they are not open today.
+ * @return 0; -1 after a logged line: a parameter, the database or a row cannot be read, a row that
+ * was chosen has a null or a value out of its range, a time cannot be decoded, a code is longer
+ * than 15 characters, a station comes twice, none is left, no memory. The record then has no
+ * stations (untouched when the failure came before the choice); sta_arr holds what had been chosen,
+ * without stations behind it, and is released with the record.
  */
 int velorix_setup_stations(Velorix* grid, const char* dbname, Pf* pf);
 
@@ -206,9 +208,16 @@ int velorix_setup_stations(Velorix* grid, const char* dbname, Pf* pf);
  * table or array beyond 2147483647 bytes is refused. After a failure the record is to be released.
  */
 
-/** A rotated regular mesh about a reference point ("edp"). 0, or -1 after a logged line. */
+/**
+ * A rotated regular mesh about a reference point ("edp"). 0, or -1 after a logged line. Complains,
+ * with the mesh's corners, of extents that run backwards or look like kilometres or coordinates,
+ * and of nodes far from every station; and of `depths` that are not one number each.
+ */
 int velorix_setup_edp_grid(Velorix* grid, const char* name, Pf* pf);
-/** Rings of nodes from a mesh in slowness space ("slow"). 0, or -1 after a logged line. */
+/**
+ * Rings of nodes from a mesh in slowness space ("slow"). 0, or -1 after a logged line. Complains
+ * when the process's conversion table was built for another model or depth.
+ */
 int velorix_setup_slowness_grid(Velorix* grid, const char* name, Pf* pf);
 /**
  * Positions from a coordinates file ("file"): one node a line, "latitude longitude [depth]" in
@@ -283,6 +292,17 @@ int velorix_get_minmax_distance(const Velorix* grid, double* mindistance, double
 int velorix_get_minmax_ttimes(const Velorix* grid, double* minptime, double* maxptime,
                               double* minstime, double* maxstime);
 
+/**
+ * Whether the tables of a grid hold what a travel-time pass can have computed: times from 0 to 3600
+ * s, longer than any first P or S takes through the Earth, and distances from 0 to 180 degrees. A
+ * table that was damaged on its way may read back as whole; check it before you trust results to
+ * it.
+ * @param[in] grid a packed or loaded grid
+ * @return 0; -1 after a logged line that names the grid, the first entry at fault with its node and
+ *         station, and its value
+ */
+int velorix_check_times(const Velorix* grid);
+
 /* ---- Projection ---- */
 
 /**
@@ -333,6 +353,34 @@ SearchParams* velorix_new_search(Velorix* grid);
  */
 int velorix_search_from_pf(SearchParams* sp, Pf* pf);
 
+/** A key of velorix_search_from_pf. */
+typedef struct SearchKey {
+    const char* name;  ///< of the key, and of the field of SearchParams
+    const char* type;  ///< "real", "integer", "boolean", "string", "list" or "table"
+    const char* unit;  ///< of its numbers, "" where they have none
+    const char* text;  ///< what it is for, in one line
+    int engine;        ///< 1: the engine reads it; 0: it is held for the calling program
+} SearchKey;
+
+/**
+ * The keys of velorix_search_from_pf one by one: those that a program shows, documents, or warns of
+ * when it does not heed them.
+ * @param[in] i 0, 1, ...
+ * @return key number i, constant for the life of the process; null behind the last one
+ */
+const SearchKey* velorix_search_key(int i);
+
+/**
+ * Parameters as the text of a TOML table, which velorix_search_from_pf reads back to the same
+ * values: a line "key = value" for each key, in the order of velorix_search_key; texts and lists
+ * that are not set have none.
+ * @param[in] sp  parameters
+ * @param[in] key the one key to show, null: all of them
+ * @return the text, "" when nothing is to be shown, released with free; null after a logged line
+ * (no memory)
+ */
+char* velorix_show_search(const SearchParams* sp, const char* key);
+
 /**
  * Checks parameters and makes the scan's threads and scratch, once, after the fields are set and
  * before the first scan. Refused: cluster_twin not above 0, nxd or nyd outside 1 .. nx, 1 .. ny of
@@ -375,7 +423,8 @@ void velorix_free_search_thread(void* thread);
 int velorix_fill_plist(Pf* pf_phases, Tbl** picktbl, int dbloc2);
 
 /**
- * Groups picks by station, one observation a pick in the order of the list.
+ * Groups picks by station, one observation a pick in the order of the list. Picks whose time is not
+ * finite are grouped, but take no part in anything; a complaint tells their number.
  * @param[in]     picktbl   picks; they must outlive the map
  * @param[in,out] stao_arr  map from station name to StationObs, made when null, extended otherwise;
  *                          release it with velorix_free_staobs_arr. A map left without any station

@@ -72,7 +72,7 @@ class Associator {
         : sp_(sp), etime_(etime), elat_(elat), elon_(elon), ix_(ix), iy_(iy), id_(id) {}
 
     void decide(PickList& pick) {
-        if (pick.used) return;
+        if (pick.used || !std::isfinite(pick.time)) return;
         const auto* site = static_cast<const Station*>(getarr(sp_.velorix->sta_arr, pick.sta));
         if (!site) return;
         Case c{&pick, 0, 0, 0, 0, false, false, false};

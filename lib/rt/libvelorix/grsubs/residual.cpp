@@ -8,10 +8,13 @@
 namespace velorix {
 namespace {
 
+/// Of a table that a caller has made, too, only finite times take part.
 template <class Function>
 void for_each_observation(const Tbl* stao_tbl, Function function) {
     for_each_entry<StationObs>(stao_tbl, [&](StationObs& station) {
-        for (int i = 0; i < station.nobs; ++i) function(station, *station.obs[i]);
+        for (int i = 0; i < station.nobs; ++i) {
+            if (std::isfinite(station.obs[i]->time)) function(station, *station.obs[i]);
+        }
     });
 }
 

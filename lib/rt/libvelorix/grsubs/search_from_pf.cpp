@@ -1,78 +1,19 @@
 // Search parameters from a TOML table whose keys are the names of the fields.
 #include <charconv>
 #include <cmath>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <memory>
 #include <string_view>
 
+#include "grsubs/search_keys.h"
 #include "grsubs/search_params.h"
 #include "platform/elog/elog.h"
 #include "platform/pf/pf.h"
 
 namespace velorix {
 namespace {
-
-struct Field {
-    const char* key;
-    size_t offset;
-};
-#define FIELD(name) \
-    Field { #name, offsetof(SearchParams, name) }
-
-constexpr Field kReals[] = {FIELD(cluster_twin),
-                            FIELD(cluster_prewin),
-                            FIELD(p_max_resid),
-                            FIELD(s_max_resid),
-                            FIELD(p_max_resid_sweep),
-                            FIELD(s_max_resid_sweep),
-                            FIELD(p_deltim),
-                            FIELD(s_deltim),
-                            FIELD(det_tmin),
-                            FIELD(drop_relocation_depth),
-                            FIELD(orphan_time_range),
-                            FIELD(swt_dist_near),
-                            FIELD(swt_dist_far),
-                            FIELD(swt_wt_near),
-                            FIELD(swt_wt_far),
-                            FIELD(sta_defining_xmin),
-                            FIELD(sta_defining_xmax),
-                            FIELD(sta_defining_ymin),
-                            FIELD(sta_defining_ymax),
-                            FIELD(origin_lat_tolerance),
-                            FIELD(origin_lon_tolerance),
-                            FIELD(origin_depth_tolerance),
-                            FIELD(origin_time_tolerance)};
-constexpr Field kIntegers[] = {FIELD(nxd),
-                               FIELD(nyd),
-                               FIELD(priority),
-                               FIELD(closest_stations),
-                               FIELD(origin_cache_maxsize),
-                               FIELD(number_threads)};
-constexpr Field kFlags[] = {FIELD(try_S),
-                            FIELD(associate_S),
-                            FIELD(reprocess_S),
-                            FIELD(drop_if_on_edge),
-                            FIELD(no_output),
-                            FIELD(use_swt),
-                            FIELD(use_only_relocation),
-                            FIELD(dont_apply_weights_for_relocation),
-                            FIELD(drop_original_if_relocation_fails),
-                            FIELD(plot)};
-constexpr Field kTexts[] = {
-    FIELD(phase_sifter), FIELD(p_channel_sifter), FIELD(s_channel_sifter), FIELD(auth),
-    FIELD(dtype),        FIELD(algorithm),        FIELD(relocate),         FIELD(bugrid_filename)};
-constexpr const char* kOthers[] = {"station_weights", "p_weights",       "s_weights",
-                                   "nsta_thresh",     "drop_if_in_grid", "sta_defining_arr",
-                                   "relocate_params"};
-#undef FIELD
-
-template <class T>
-T& member(SearchParams& sp, const Field& field) {
-    return *reinterpret_cast<T*>(reinterpret_cast<char*>(&sp) + field.offset);
-}
 
 /// The words of a list entry: perhaps a text first, then numbers.
 struct Entry {
@@ -114,12 +55,10 @@ class Reader {
 
     bool read() {
         complain_unknown();
-        return read_scalars<double>(kReals, PF_DOUBLE) && read_scalars<int>(kIntegers, PF_INT) &&
-               read_scalars<int>(kFlags, PF_BOOLEAN) && read_texts() && read_patterns() &&
-               read_curve("p_weights", owned_.p_weights, sp_.p_weights, sp_.use_dwt) &&
-               read_curve("s_weights", owned_.s_weights, sp_.s_weights, sp_.use_dwts) &&
-               read_thresholds() && read_defining_stations() && read_drop_grids() &&
-               parsed("relocate_params", PF_ARRAY, &sp_.relocate_params) >= 0;
+        for (const KeyEntry& entry : search_keys()) {
+            if (!read(entry)) return false;
+        }
+        return true;
     }
 
   private:
@@ -136,34 +75,47 @@ class Reader {
     }
 
     void complain_unknown() {
-        std::vector<const char*> known(std::begin(kOthers), std::end(kOthers));
-        const auto add = [&](const auto& fields) {
-            for (const Field& field : fields) known.push_back(field.key);
-        };
-        add(kReals);
-        add(kIntegers);
-        add(kFlags);
-        add(kTexts);
+        std::vector<const char*> known;
+        for (const KeyEntry& entry : search_keys()) known.push_back(entry.key.name);
         pf_complain_unknown(pf_, "the search parameters", known.data(),
                             static_cast<int>(known.size()));
     }
 
-    template <class T, size_t N>
-    bool read_scalars(const Field (&fields)[N], int kind) {
-        for (const Field& field : fields) {
-            if (parsed(field.key, kind, &member<T>(sp_, field)) < 0) return false;
+    bool read(const KeyEntry& entry) {
+        const char* key = entry.key.name;
+        switch (entry.kind) {
+            case KeyKind::real:
+                return parsed(key, PF_DOUBLE, &field_of<double>(sp_, entry)) >= 0;
+            case KeyKind::integer:
+                return parsed(key, PF_INT, &field_of<int>(sp_, entry)) >= 0;
+            case KeyKind::flag:
+                return parsed(key, PF_BOOLEAN, &field_of<int>(sp_, entry)) >= 0;
+            case KeyKind::text:
+                return read_text(key, field_of<char*>(sp_, entry));
+            case KeyKind::station_weights:
+                return read_patterns();
+            case KeyKind::p_weights:
+                return read_curve(key, owned_.p_weights, sp_.p_weights, sp_.use_dwt);
+            case KeyKind::s_weights:
+                return read_curve(key, owned_.s_weights, sp_.s_weights, sp_.use_dwts);
+            case KeyKind::nsta_thresh:
+                return read_thresholds();
+            case KeyKind::sta_defining_arr:
+                return read_defining_stations();
+            case KeyKind::drop_if_in_grid:
+                return read_drop_grids();
+            case KeyKind::relocate_params:
+                return parsed(key, PF_ARRAY, &sp_.relocate_params) >= 0;
         }
-        return true;
+        return false;
     }
 
-    bool read_texts() {
-        for (const Field& field : kTexts) {
-            char* text = nullptr;
-            const int result = parsed(field.key, PF_STRING, &text);
-            if (result < 0) return false;
-            const std::unique_ptr<char, decltype(&std::free)> released(text, std::free);
-            if (result > 0) member<char*>(sp_, field) = owned_.keep(text);
-        }
+    bool read_text(const char* key, char*& field) {
+        char* text = nullptr;
+        const int result = parsed(key, PF_STRING, &text);
+        if (result < 0) return false;
+        const std::unique_ptr<char, decltype(&std::free)> released(text, std::free);
+        if (result > 0) field = owned_.keep(text);
         return true;
     }
 

@@ -1,6 +1,7 @@
 // Picks grouped by station; deep copies; release.
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstdlib>
 
 #include "grsubs/internal.h"
@@ -134,6 +135,7 @@ bool append_copy(const StationObs& from, Tbl* copies) {
 }  // namespace
 
 int group_picks(Tbl* picktbl, Arr** stao_arr, bool with_arid, bool reprocess, bool keep_picks) {
+    int without_time = 0;
     for (int i = 0; i < maxtbl(picktbl); ++i) {
         auto& pick = *static_cast<PickList*>(gettbl(picktbl, i));
         if (reprocess && pick.used > 0) {
@@ -141,9 +143,14 @@ int group_picks(Tbl* picktbl, Arr** stao_arr, bool with_arid, bool reprocess, bo
             continue;
         }
         reset(pick);
+        if (!std::isfinite(pick.time)) ++without_time;
         StationObs* station = station_of(pick, stao_arr);
         if (!station) return -1;
         add_observation(*station, pick, with_arid, keep_picks);
+    }
+    if (without_time > 0) {
+        elog_complain(0, "velorix_fill_staobs: %d picks take no part, their time is not finite.\n",
+                      without_time);
     }
     const bool nothing = maxtbl(picktbl) == 0 || maxarr(*stao_arr) == 0;
     if (*stao_arr && nothing) {

@@ -1,4 +1,6 @@
 // Which stations and observations of a map take part in the search of one grid.
+#include <cmath>
+
 #include "grsubs/internal.h"
 #include "platform/elog/elog.h"
 
@@ -12,20 +14,22 @@ void select(StationObs& station, sta_obs2& obs) {
     station.obs[station.nobs++] = &obs;
 }
 
+// A time that is not a number agrees with nothing and would make every sum one like it.
 template <class Predicate>
 void select_if(StationObs& station, Predicate predicate) {
     station.nobs = 0;
     for (int i = 0; i < station.nobs_orig; ++i) {
-        if (predicate(station.obs_orig[i])) select(station, station.obs_orig[i]);
+        sta_obs2& obs = station.obs_orig[i];
+        if (std::isfinite(obs.time) && predicate(obs)) select(station, obs);
     }
 }
 
-/// Selects by phase pattern; false when that leaves the station nothing.
+/// Selects by phase pattern; false when that leaves the station nothing of what it had.
 bool select_by_phase(StationObs& station, SearchParams& sp) {
     select_if(station, [&](const sta_obs2& obs) {
         return sifted(obs.phase, sp.phase_sifter, &sp.hook_phase_sifter);
     });
-    return !sp.phase_sifter || station.nobs > 0;
+    return station.nobs > 0 || (!sp.phase_sifter && station.nobs_orig == 0);
 }
 
 /// Selects the observations of an earlier association; false when that leaves the station nothing.

@@ -1,8 +1,10 @@
 #include "setupgrid/builder_params.h"
 
+#include <cstring>
 #include <string>
 #include <vector>
 
+#include "platform/elog/elog.h"
 #include "support/grid_view.h"
 #include "support/text.h"
 
@@ -41,11 +43,19 @@ bool pair_table_size(const char* who, int64_t nodes, int32_t ns, int32_t& bytes)
     return true;
 }
 
-void complain_unknown_keys(Pf* pf, const char* name, std::span<const char* const> keys) {
+void complain_unknown_keys(const char* who, Pf* pf, const char* name,
+                           std::span<const char* const> keys) {
     std::vector<const char*> known{"mode", "time", "stations"};
     known.insert(known.end(), keys.begin(), keys.end());
+    complain_if_cut(who, "name", name);
     const std::string where = std::string("grid ") + name;
     pf_complain_unknown(pf, where.c_str(), known.data(), static_cast<int>(known.size()));
+}
+
+void complain_if_cut(const char* who, const char* key, const char* text) {
+    if (std::strlen(text) <= VELORIX_NAME_SIZE) return;
+    elog_complain(0, "%s: %s '%s' is cut to its first %d bytes.\n", who, key, text,
+                  VELORIX_NAME_SIZE);
 }
 
 void set_names(Velorix& grid, const char* name, const char* method, const char* model) {

@@ -49,8 +49,13 @@ void mark_distances(Velorix& grid, const Wanted& wanted);
  */
 bool pair_table_size(const char* who, int64_t nodes, int32_t ns, int32_t& bytes);
 
-/// Warns about keys of a grid that neither the driver, the station set-up nor this builder reads.
-void complain_unknown_keys(Pf* pf, const char* name, std::span<const char* const> keys);
+/// Warns about keys of a grid that neither the driver, the station set-up nor this builder reads,
+/// and about a name that the record cannot hold.
+void complain_unknown_keys(const char* who, Pf* pf, const char* name,
+                           std::span<const char* const> keys);
+
+/// Complains when a name is longer than the record holds; its first 64 bytes are what is used.
+void complain_if_cut(const char* who, const char* key, const char* text);
 
 /// Copies the grid's name and the calculator's method and model into the record.
 void set_names(Velorix& grid, const char* name, const char* method, const char* model);

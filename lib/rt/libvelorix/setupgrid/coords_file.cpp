@@ -1,6 +1,9 @@
 #include "setupgrid/coords_file.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,11 +13,16 @@
 #include "platform/elog/elog.h"
 #include "support/c_array.h"
 #include "support/scan_number.h"
+#include "velorix.h"
 
 namespace {
 
 constexpr int kFirstCapacity = 1000;
 constexpr double kGrowth = 1.5;
+// As many positions as the 32-bit sizes of a grid hold.
+constexpr int kMostPoints = INT32_MAX / static_cast<int>(sizeof(Source));
+// A device may never end; what a pipe brings stays far below it. 320 MB of points.
+constexpr int kMostStreamed = 10'000'000;
 
 struct CloseFile {
     void operator()(FILE* file) const { std::fclose(file); }
@@ -90,10 +98,23 @@ int scan_point(std::string_view line, double (&point)[3]) {
     return count;
 }
 
-bool read_points(FILE* file, Coords& coords, double depth) {
+bool too_long(const char* filename, int most, const char* what) {
+    elog_log(0, "read_coords: %s has more than %d %s.\n", filename, most, what);
+    return false;
+}
+
+bool is_regular(FILE* file) {
+    struct stat status {};
+    return fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool read_points(FILE* file, const char* filename, Coords& coords, double depth) {
     constexpr int longest_piece = 127;
     char line[longest_piece + 2];
+    const bool ends = is_regular(file);
+    int pieces = 0;
     while (std::fgets(line, longest_piece + 1, file)) {
+        if (!ends && ++pieces > kMostStreamed) return too_long(filename, kMostStreamed, "lines");
         double point[3] = {0.0, 0.0, depth};
         const int count = scan_point(line, point);
         if (count == kInputFailure) {
@@ -103,6 +124,7 @@ bool read_points(FILE* file, Coords& coords, double depth) {
         }
         if (count < 2) continue;
         if (count == 2) point[2] = depth;
+        if (coords.npoints == kMostPoints) return too_long(filename, kMostPoints, "points");
         if (!append(coords, point)) return false;
     }
     return true;
@@ -119,7 +141,7 @@ extern "C" int read_coords(const char* filename, Coords** grid, double depth) {
         elog_log(1, "read_coords: fopen(%s) error.\n", filename);
         return -1;
     }
-    if (!read_points(file.get(), *coords, depth)) return -1;
+    if (!read_points(file.get(), filename, *coords, depth)) return -1;
     if (std::ferror(file.get())) {
         elog_log(1, "read_coords: fgets(%s) error.\n", filename);
         return -1;

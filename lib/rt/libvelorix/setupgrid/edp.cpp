@@ -12,6 +12,7 @@
 #include "platform/geodesy/geodesy.h"
 #include "setupgrid/builder_params.h"
 #include "setupgrid/heap_layout.h"
+#include "setupgrid/mesh_check.h"
 #include "setupgrid/station_window.h"
 #include "support/grid_view.h"
 #include "support/scan_number.h"
@@ -69,7 +70,9 @@ bool read_count(Pf* pf, const char* key, int largest, int& value) {
 }
 
 bool read_text(Pf* pf, const char* key, Text& value) {
-    return parse_param(pf, key, PF_STRING, 1, out(value)) >= 0 || bad_key(key);
+    if (parse_param(pf, key, PF_STRING, 1, out(value)) < 0) return bad_key(key);
+    complain_if_cut(kWho, key, value.get());
+    return true;
 }
 
 bool read_switch(Pf* pf, const char* key, int& value) {
@@ -126,15 +129,27 @@ bool read_type(Pf* pf, Mesh& mesh) {
     return false;
 }
 
+// The number that a text starts with, or 0; a list in quotes would be its first number alone.
+double depth_of(const char* text) {
+    std::string_view rest = text;
+    double depth = 0.0;
+    const bool number = scan_number(rest, depth);
+    skip_blanks(rest);
+    if (!number || !rest.empty()) {
+        elog_complain(0,
+                      "velorix_setup_edp_grid: depths: '%s' is not one number, %g km is taken.\n",
+                      text, depth);
+    }
+    return depth;
+}
+
 bool read_depths(Pf* pf, Mesh& mesh) {
     Tbl* entries = nullptr;
     if (parse_param(pf, "depths", PF_LIST, 1, &entries) < 0) return bad_key("depths");
     const std::unique_ptr<Tbl, FreeList> list(entries);
     for (int i = 0; i < maxtbl(entries); ++i) {
         const char* text = static_cast<const char*>(gettbl(entries, i));
-        std::string_view rest = text;
-        double depth = 0.0;  // of a text that is no number
-        scan_number(rest, depth);
+        const double depth = depth_of(text);
         mesh.depths.push_back(depth);
         if (std::isfinite(depth)) continue;
         elog_log(0, "velorix_setup_edp_grid: depths must be finite (%s).\n", text);
@@ -252,7 +267,7 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
         "ndist",    "nx",       "ny",       "xmin",    "xmax",      "ymin",
         "ymax",     "depths",   "method",   "model",   "compute_P", "compute_S",
         "pxstamin", "pxstamax", "pystamin", "pystamax"};
-    complain_unknown_keys(pf, name, keys);
+    complain_unknown_keys(kWho, pf, name, keys);
     Mesh mesh;
     StationWindow window;
     if (!read_mesh(grid, pf, mesh) || !set_fields(grid, name, mesh) ||
@@ -268,6 +283,7 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
     replace_array(grid.sources, std::move(sources));
     replace_array(grid.depths, std::move(depths));
     lay_out_positions(grid);
+    complain_of_mesh(grid);
     return window.open() || (apply_station_window(grid, window) && size_tables(grid));
 }
 

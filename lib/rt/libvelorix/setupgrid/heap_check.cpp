@@ -25,10 +25,6 @@ __attribute__((format(printf, 3, 4))) bool fault(const HeapPlace& place, uint64_
     va_start(arguments, format);
     std::vsnprintf(what, sizeof what, format, arguments);
     va_end(arguments);
-    // Names and codes come from the file: nothing of them may reach a terminal as a command.
-    for (char* c = what; *c; ++c) {
-        if (static_cast<unsigned char>(*c) < ' ' || *c == 0x7f) *c = '?';
-    }
     elog_log(0, "%s: %s: byte %llu: %s\n", place.who, place.label,
              static_cast<unsigned long long>(place.offset + byte), what);
     return false;

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <string>
 
@@ -74,6 +75,13 @@ std::shared_ptr<FileBytes> map_file(int descriptor, size_t size, const char* pat
     return file;
 }
 
+// What does not begin as a grid may be a device that never ends.
+bool may_be_a_grid(const char* bytes, size_t size) {
+    int32_t magic = VELORIX_MAGIC;
+    if (size >= sizeof magic) std::memcpy(&magic, bytes, sizeof magic);
+    return magic == VELORIX_MAGIC;
+}
+
 // Pipes and standard input cannot be mapped; they are read into memory.
 std::shared_ptr<FileBytes> read_stream(int descriptor, const char* path) {
     auto file = std::make_shared<FileBytes>();
@@ -87,7 +95,7 @@ std::shared_ptr<FileBytes> read_stream(int descriptor, const char* path) {
             elog_log(1, "velorix_read_file: read(%s) error.\n", path);
             return nullptr;
         }
-        if (got == 0) {
+        if (got == 0 || !may_be_a_grid(bytes.get(), size)) {
             file->hold(bytes.release(), size, false);
             return file;
         }

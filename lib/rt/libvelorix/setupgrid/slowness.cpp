@@ -9,6 +9,7 @@
 #include "platform/geodesy/geodesy.h"
 #include "setupgrid/builder_params.h"
 #include "setupgrid/heap_layout.h"
+#include "slow2d.h"
 #include "support/grid_view.h"
 #include "support/text.h"
 #include "support/units.h"
@@ -68,14 +69,21 @@ bool check_angle(const char* key, double value, double limit) {
     return false;
 }
 
-bool read_real(Pf* pf, const char* key, bool required, double& value) {
-    if (parse_param(pf, key, PF_DOUBLE, required, &value) < 0) return bad_param();
+bool read_real(Pf* pf, const char* key, double& value) {
+    if (parse_param(pf, key, PF_DOUBLE, 1, &value) < 0) return bad_param();
     return finite(key, value);
+}
+
+// A bound on slownesses, which an infinite one leaves open.
+bool read_bound(Pf* pf, const char* key, double& value) {
+    if (parse_param(pf, key, PF_DOUBLE, 0, &value) < 0) return bad_param();
+    return !std::isnan(value) || finite(key, value);
 }
 
 bool read_name(Pf* pf, const char* key, std::string& value) {
     Text text;
     if (parse_param(pf, key, PF_STRING, 1, out(text)) < 0) return bad_param();
+    complain_if_cut(kWho, key, text.get());
     value.assign(text.get(), strnlen(text.get(), VELORIX_NAME_SIZE));
     return true;
 }
@@ -114,9 +122,21 @@ bool read_mesh(const Velorix& grid, Pf* pf, Mesh& mesh) {
     }
     return read_named(pf, "xmin", mesh.xmin) && read_named(pf, "xmax", mesh.xmax) &&
            read_named(pf, "ymin", mesh.ymin) && read_named(pf, "ymax", mesh.ymax) &&
-           read_real(pf, "depth", true, mesh.depth) && read_name(pf, "method", mesh.method) &&
-           read_name(pf, "model", mesh.model) && read_real(pf, "maxslow", false, mesh.maxslow) &&
-           read_real(pf, "minslow", false, mesh.minslow);
+           read_real(pf, "depth", mesh.depth) && read_name(pf, "method", mesh.method) &&
+           read_name(pf, "model", mesh.model) && read_bound(pf, "maxslow", mesh.maxslow) &&
+           read_bound(pf, "minslow", mesh.minslow);
+}
+
+// The process has one conversion table, of its first slowness grid.
+void complain_of_other_table(const char* name, const Mesh& mesh) {
+    const SlownessTable built = slowness_table();
+    if (!built.model || (mesh.model == built.model && mesh.depth == built.depth)) return;
+    elog_complain(
+        0,
+        "velorix_setup_slowness_grid: Grid %s of model %s at %g km is placed by the "
+        "slownesses of model %s at %g km, those of the run's first slowness grid; compute "
+        "it in a run of its own.\n",
+        name, mesh.model.c_str(), mesh.depth, built.model, built.depth);
 }
 
 // Azimuth of a mesh point: the mesh's own angle, not the compass form.
@@ -231,9 +251,10 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
                                     "compute_P",
                                     "compute_S",
                                     "compute_distances"};
-    complain_unknown_keys(pf, name, keys);
+    complain_unknown_keys(kWho, pf, name, keys);
     Mesh mesh;
     if (!read_mesh(grid, pf, mesh)) return false;
+    complain_of_other_table(name, mesh);
     set_geometry(grid, mesh);
     int64_t count = 0;
     if (!walk(mesh, [&](const Ring&) { ++count; })) return false;

@@ -49,6 +49,8 @@ bool read_calculator(const Builder& builder, Pf* pf, Calculator& calculator) {
         parse_param(pf, "model", PF_STRING, 1, out(calculator.model)) < 0) {
         return failed(0, builder.bad_param);
     }
+    complain_if_cut(builder.name, "method", calculator.method.get());
+    complain_if_cut(builder.name, "model", calculator.model.get());
     return true;
 }
 
@@ -120,7 +122,7 @@ bool check_points(const Coords& coords, const char* filename) {
 bool build_from_file(Velorix& grid, const char* name, Pf* pf) {
     constexpr const char* keys[] = {"coords_file", "method",    "model",
                                     "compute_P",   "compute_S", "compute_distances"};
-    complain_unknown_keys(pf, name, keys);
+    complain_unknown_keys(kFileBuilder.name, pf, name, keys);
     Text filename;
     if (parse_param(pf, "coords_file", PF_STRING, 1, out(filename)) < 0) {
         elog_log(0, "velorix_setup_readfromfile_grid: parse_param(coords_file) error.\n");
@@ -145,7 +147,7 @@ bool build_from_file(Velorix& grid, const char* name, Pf* pf) {
 bool build_from_array(Velorix& grid, const char* name, int nsrc, const Source* srcs, Pf* pf) {
     constexpr const char* keys[] = {"method", "model", "compute_P", "compute_S",
                                     "compute_distances"};
-    complain_unknown_keys(pf, name, keys);
+    complain_unknown_keys(kArrayBuilder.name, pf, name, keys);
     if (nsrc < 0 || (nsrc > 0 && !srcs)) {
         elog_log(0, "velorix_setup_fromsourcearray_grid: no array of %d positions.\n", nsrc);
         return false;

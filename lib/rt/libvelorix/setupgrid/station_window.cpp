@@ -52,8 +52,8 @@ bool read_station_window(Pf* pf, StationWindow& window) {
             elog_log(0, "velorix_setup_edp_grid: parse_param(%s) error.\n", bound.key);
             return false;
         }
-        if (!std::isfinite(*bound.value)) {
-            elog_log(0, "velorix_setup_edp_grid: %s must be finite (%g).\n", bound.key,
+        if (std::isnan(*bound.value)) {  // an infinite one is open
+            elog_log(0, "velorix_setup_edp_grid: %s must be a number (%g).\n", bound.key,
                      *bound.value);
             return false;
         }
