@@ -1,5 +1,6 @@
 #include "standard_streams.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <stdio.h>
@@ -17,15 +18,24 @@ void occupy(int fd, int flags) {
 
 }  // namespace
 
-void prepare_standard_streams() {
-    signal(SIGPIPE, SIG_IGN);
+void occupy_standard_streams() {
     occupy(STDIN_FILENO, O_RDONLY);
     occupy(STDOUT_FILENO, O_RDONLY);  // a write fails, as it would on the closed descriptor
     occupy(STDERR_FILENO, O_WRONLY);
 }
 
+void prepare_standard_streams() {
+    signal(SIGPIPE, SIG_IGN);
+    occupy_standard_streams();
+}
+
 bool write_block(const void* data, size_t nbytes) {
     return fwrite(data, 1, nbytes, stdout) == nbytes && fflush(stdout) == 0;
+}
+
+bool close_output() {
+    if (fflush(stdout) != 0 || ferror(stdout)) return false;
+    return close(STDOUT_FILENO) == 0 || errno == EINTR;  // Linux has closed it then
 }
 
 }  // namespace velorix::tool

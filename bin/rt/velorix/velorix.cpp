@@ -5,7 +5,9 @@
 #include <memory>
 
 #include "command_line.h"
+#include "no_memory.h"
 #include "platform/elog/elog.h"
+#include "platform/elog/printable.h"
 #include "progress.h"
 #include "standard_streams.h"
 #include "telegrid.h"
@@ -89,9 +91,25 @@ void warn_if_empty(const Velorix& grid, const char* name) {
     if (lacks) elog_complain(0, "Grid %s has no %s.\n", name, lacks);
 }
 
+// Of the header's pointers a reader looks at the four markers of tables; the other four would be
+// addresses of this process, and make equal input give unequal files.
+void clear_addresses(char* heap) {
+    auto& header = *reinterpret_cast<Velorix*>(heap);
+    header.depths = nullptr;
+    header.sources = nullptr;
+    header.stations = nullptr;
+    header.sta_arr = nullptr;
+}
+
 void write_heap(const HeapBuffer& heap) {
+    clear_addresses(heap.bytes);
     if (!velorix::tool::write_block(heap.bytes, static_cast<size_t>(heap.size)))
         elog_die(1, "fwrite(stdout) error.\n");
+}
+
+// A name of the parameter file may hold anything.
+void say(const char* doing, const char* name) {
+    std::fprintf(stderr, "%s grid %s...\n", doing, velorix::printable(name).c_str());
 }
 
 void make_grid(const char* name, Pf* pf, const CommandLine& line, HeapBuffer& heap) {
@@ -118,10 +136,10 @@ void make_grid(const char* name, Pf* pf, const CommandLine& line, HeapBuffer& he
     if (velorix_create_heap(grid.get(), &heap.bytes, &heap.size, &heap.capacity) < 0)
         elog_die(0, "velorix_create_heap() error.\n");
     std::fprintf(stderr, "%d bytes\n", heap.size);
-    std::fprintf(stderr, "Computing grid %s...\n", name);
+    say("Computing", name);
     if (velorix_compute_travel_times(grid.get(), mycallback) < 0)
         elog_die(0, "velorix_compute_travel_times() error.\n");
-    std::fprintf(stderr, "Writing grid %s...\n", name);
+    say("Writing", name);
     write_heap(heap);
 }
 
@@ -131,7 +149,7 @@ void make_grids(Pf* grids, const CommandLine& line) {
     HeapBuffer heap;
     for (int i = 0; i < maxtbl(names.get()); ++i) {
         const char* name = static_cast<const char*>(gettbl(names.get(), i));
-        std::fprintf(stderr, "Setting up grid %s...\n", name);
+        say("Setting up", name);
         Pf* grid = nullptr;
         if (parse_param(grids, name, PF_ARRAY, 1, &grid) < 0)
             elog_die(0, "parse_param(%s) error.\n", name);
@@ -144,14 +162,18 @@ void make_grids(Pf* grids, const CommandLine& line) {
 int main(int argc, char** argv) {
     elog_init(argc, argv);
     velorix::tool::prepare_standard_streams();
+    velorix::tool::end_when_memory_fails();
     const auto line = velorix::tool::parse_command_line(argc, argv);
     if (!line) return 1;
     Pf* read = nullptr;
     if (pfread(line->pfname, &read) < 0) elog_die(0, "pfread(%s) error.\n", line->pfname);
     const std::unique_ptr<Pf, FreePf> pf(read);
+    constexpr const char* keys[] = {"grids"};
+    pf_complain_unknown(pf.get(), "the parameter file", keys, 1);
     Pf* grids = nullptr;
     if (parse_param(pf.get(), "grids", PF_ARRAY, 1, &grids) < 0)
         elog_die(0, "parse_param(grids) error.\n");
     make_grids(grids, *line);
+    if (!velorix::tool::close_output()) elog_die(1, "fwrite(stdout) error.\n");
     return 0;
 }

@@ -73,7 +73,7 @@ void list_times(const Velorix& grid, const Node& from, RowSink& rows) {
 }
 
 std::optional<Node> chosen_node(const Velorix& grid, const NodeChoice& choice) {
-    const std::string name = printable(fixed_name(grid.name));
+    const std::string name(fixed_name(grid.name));
     const auto* number = std::get_if<int64_t>(&choice);
     if (grid.nn == 0) {
         elog_complain(0, "Grid %s has no nodes.\n", name.c_str());

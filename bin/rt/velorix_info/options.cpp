@@ -1,32 +1,27 @@
 #include "options.h"
 
+#include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
-#include <span>
+#include <cstdio>
+#include <optional>
 #include <string_view>
 
 #include "platform/elog/elog.h"
 
 namespace velorix::info {
-
-const char* const kUsage =
-    "usage: velorix-info [--brief | --stations | --nodes | --times NODE] [--json] FILE...\n";
-
-const char* const kHelp =
-    "Shows what travel-time grid files hold. FILE may be - for standard input.\n"
-    "\n"
-    "  --brief       one line for each grid\n"
-    "  --stations    the stations of each grid, as CSV\n"
-    "  --nodes       the nodes of each grid, as CSV\n"
-    "  --times NODE  distance, P and S time from one node to each station, as CSV; NODE is a\n"
-    "                node number from 0, or LAT,LON,DEPTH (degrees, km) for the nearest node\n"
-    "  --json        everything as one JSON array with an object for each grid\n"
-    "  --help        this text\n"
-    "  --version     the version\n"
-    "\n"
-    "Exit status: 0, or 1 when a file could not be read or a node does not exist.\n";
-
 namespace {
+
+constexpr const char* kUsage =
+    "usage: velorix-info [--brief | --stations | --nodes | --times NODE | --verify] [--json] "
+    "FILE...\n";
+
+constexpr const char* kAbout =
+    "Shows what travel-time grid files hold. FILE may be - for standard input.\n";
+
+constexpr const char* kStatus =
+    "Exit status: 0, or 1 when a file could not be read, a node does not exist, or --verify has\n"
+    "found damage or has not been able to look for it.\n";
 
 template <class Number>
 std::optional<Number> whole_number(std::string_view text) {
@@ -57,70 +52,102 @@ std::optional<NodeChoice> node_choice(std::string_view text) {
     return std::nullopt;
 }
 
-bool choose_listing(Options& options, Listing listing) {
-    if (options.listing != Listing::none && options.listing != listing) {
-        elog_complain(0, "Choose one of --stations, --nodes and --times.\n");
-        return false;
-    }
-    options.listing = listing;
-    return true;
+/// What is looked at more closely before it is an option.
+struct Raw {
+    bool stations = false, nodes = false, version = false;
+    std::string node;
+    const CLI::Option* times = nullptr;
+};
+
+void declare(CLI::App& app, Options& options, Raw& raw) {
+    app.add_flag("--brief", options.brief, "one line for each grid");
+    app.add_flag("--stations", raw.stations, "the stations of each grid, as CSV");
+    app.add_flag("--nodes", raw.nodes, "the nodes of each grid, as CSV");
+    raw.times = app.add_option("--times", raw.node,
+                               "distance, P and S time from one node to each station, as CSV; NODE "
+                               "is a\nnode number from 0, or LAT,LON,DEPTH (degrees, km) for the "
+                               "nearest node")
+                    ->type_name("NODE")
+                    ->take_last();
+    app.add_flag("--verify", options.verify,
+                 "compute every time again and tell of those that were damaged");
+    app.add_flag("--json", options.json,
+                 "everything as one JSON array with an object for each grid");
+    app.set_help_flag("-h,--help", "this text");
+    app.add_flag("--version", raw.version, "the version");
+    app.add_option("FILE", options.files)->group("");
+    app.allow_extras();
 }
 
-bool read_times(Options& options, const char* word) {
-    if (!word) {
-        elog_complain(0, "Need argument for --times.\n");
-        return false;
-    }
-    const auto choice = node_choice(word);
-    if (!choice) {
-        elog_complain(0, "'%s' is neither a node number nor LAT,LON,DEPTH.\n", word);
-        return false;
-    }
-    options.node = *choice;
-    return choose_listing(options, Listing::times);
+Parsed refuse(const char* format, const char* word = "") {
+    elog_complain(0, format, word);
+    std::fputs(kUsage, stderr);
+    return Parsed::wrong;
 }
 
-/// An option without a value.
-bool read_flag(Options& options, std::string_view word) {
-    if (word == "--stations") return choose_listing(options, Listing::stations);
-    if (word == "--nodes") return choose_listing(options, Listing::nodes);
-    if (word == "--json") return options.json = true;
-    if (word == "--brief") return options.brief = true;
-    if (word == "--help" || word == "-h") return options.help = true;
-    if (word == "--version") return options.version = true;
-    elog_complain(0, "Unrecognized argument '%s'.\n", std::string(word).c_str());
-    return false;
+void show_help(const CLI::App& app) {
+    CLI::Formatter formatter;
+    formatter.column_width(16);
+    const std::string list = formatter.make_groups(&app, CLI::AppFormatMode::Normal);
+    std::printf("%s%s%s%s", kUsage, kAbout, list.c_str(), kStatus);
 }
 
-bool read_words(Options& options, std::span<char* const> words) {
+// A node may begin with a minus: what stands behind --times belongs to it, whatever it looks like.
+std::vector<std::string> words_of(int argc, const char* const* argv) {
+    std::vector<std::string> words;
     bool only_files = false;
-    for (size_t i = 0; i < words.size(); ++i) {
-        const std::string_view word = words[i];
-        if (only_files || word.size() < 2 || word[0] != '-') {
-            options.files.emplace_back(word);
-        } else if (word == "--") {
-            only_files = true;
-        } else if (word == "--times") {
-            const char* value = i + 1 < words.size() ? words[i + 1] : nullptr;
-            if (!read_times(options, value)) return false;
-            ++i;
-        } else if (!read_flag(options, word)) {
-            return false;
-        }
+    for (int i = 1; i < argc; ++i) {
+        std::string word = argv[i];
+        only_files = only_files || word == "--";
+        if (!only_files && word == "--times" && i + 1 < argc) word += std::string("=") + argv[++i];
+        words.push_back(std::move(word));
     }
-    return true;
+    return {words.rbegin(), words.rend()};  // the order in which the parser takes them
+}
+
+Parsed check(const CLI::App& app, const Raw& raw, Options& options) {
+    const bool times = raw.times->count() > 0;
+    const auto extras = app.remaining();
+    if (!extras.empty()) return refuse("Unrecognized argument '%s'.\n", extras.front().c_str());
+    if (times) {
+        const auto choice = node_choice(raw.node);
+        if (!choice)
+            return refuse("'%s' is neither a node number nor LAT,LON,DEPTH.\n", raw.node.c_str());
+        options.node = *choice;
+    }
+    if (raw.stations + raw.nodes + times + options.verify > 1)
+        return refuse("Choose one of --stations, --nodes, --times and --verify.\n");
+    if (options.verify && (options.json || options.brief))
+        return refuse("What --verify finds has one form: neither --json nor --brief.\n");
+    options.listing = raw.stations ? Listing::stations
+                      : raw.nodes  ? Listing::nodes
+                      : times      ? Listing::times
+                                   : Listing::none;
+    if (options.files.empty()) return refuse("Need FILE argument.\n");
+    return Parsed::run;
 }
 
 }  // namespace
 
-std::optional<Options> read_options(int argc, char* const* argv) {
-    Options options;
-    if (argc > 0 && !read_words(options, {argv + 1, argv + argc})) return std::nullopt;
-    if (options.files.empty() && !options.help && !options.version) {
-        elog_complain(0, "Need FILE argument.\n");
-        return std::nullopt;
+Parsed read_options(int argc, const char* const* argv, Options& options) {
+    CLI::App app;
+    Raw raw;
+    declare(app, options, raw);
+    try {
+        app.parse(words_of(argc, argv));
+    } catch (const CLI::CallForHelp&) {
+        show_help(app);
+        return Parsed::done;
+    } catch (const CLI::ArgumentMismatch&) {
+        return refuse("Need argument for %s.\n", "--times");  // no other option takes one
+    } catch (const CLI::ParseError& error) {
+        return refuse("%s\n", error.what());
     }
-    return options;
+    if (raw.version) {
+        std::printf("velorix-info %s\n", VELORIX_VERSION);
+        return Parsed::done;
+    }
+    return check(app, raw, options);
 }
 
 }  // namespace velorix::info

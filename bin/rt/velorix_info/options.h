@@ -2,7 +2,6 @@
 #define VELORIX_INFO_OPTIONS_H
 // Command line of velorix-info.
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -17,22 +16,18 @@ enum class Listing { none, stations, nodes, times };
 using NodeChoice = std::variant<int64_t, Point>;
 
 struct Options {
-    bool help = false;
-    bool version = false;
     bool json = false;
     bool brief = false;
+    bool verify = false;
     Listing listing = Listing::none;
     NodeChoice node;
     std::vector<std::string> files;
 };
 
-/// Nothing after a complaint.
-std::optional<Options> read_options(int argc, char* const* argv);
+/// What the command line asks for: a run, nothing more (help, version), or it is wrong (told).
+enum class Parsed { run, done, wrong };
 
-/// What --help prints.
-extern const char* const kHelp;
-/// The line that follows a complaint about the command line.
-extern const char* const kUsage;
+Parsed read_options(int argc, const char* const* argv, Options& options);
 
 }  // namespace velorix::info
 #endif

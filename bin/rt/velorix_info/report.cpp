@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "nodes.h"
+#include "platform/elog/printable.h"
 #include "summary.h"
 #include "text.h"
 
@@ -78,59 +79,19 @@ std::string mesh_geometry(const Velorix& grid) {
     return text;
 }
 
-void write_range(JsonWriter& json, const char* name, const std::optional<Range>& range) {
-    json.key(name);
-    if (!range) return json.null();
-    json.begin_array();
-    json.number(range->min);
-    json.number(range->max);
-    json.end_array();
+Json json_range(const std::optional<Range>& range) {
+    if (!range) return nullptr;
+    return Json::array({json_number(range->min), json_number(range->max)});
 }
 
-void write_field(JsonWriter& json, const char* name, double field) {
-    json.key(name);
-    is_set(field) ? json.number(field) : json.null();
-}
+Json json_field(double field) { return is_set(field) ? json_number(field) : Json(nullptr); }
 
-void write_names(JsonWriter& json, const std::string& file, const Velorix& grid,
-                 const Summary& summary) {
-    const std::pair<const char*, std::string_view> names[] = {{"file", file},
-                                                              {"name", fixed_name(grid.name)},
-                                                              {"mode", summary.mode},
-                                                              {"type", summary.type},
-                                                              {"method", fixed_name(grid.method)},
-                                                              {"model", fixed_name(grid.model)}};
-    for (const auto& [name, text] : names) {
-        json.key(name);
-        json.string(text);
-    }
-}
-
-void write_counts(JsonWriter& json, const Velorix& grid) {
-    const std::pair<const char*, int32_t> counts[] = {
-        {"bytes", grid.size}, {"ns", grid.ns}, {"nn", grid.nn}, {"nh", grid.nh},
-        {"nd", grid.nd},      {"ny", grid.ny}, {"nx", grid.nx}, {"ndist", grid.ndist}};
-    for (const auto& [name, count] : counts) {
-        json.key(name);
-        json.integer(count);
-    }
-}
-
-void write_geometry(JsonWriter& json, const Velorix& grid) {
-    const std::pair<const char*, double> fields[] = {
-        {"latr", grid.latr}, {"lonr", grid.lonr}, {"strike", grid.strike}, {"xmin", grid.xmin},
-        {"xmax", grid.xmax}, {"ymin", grid.ymin}, {"ymax", grid.ymax}};
-    for (const auto& [name, field] : fields) write_field(json, name, field);
-}
-
-void write_area(JsonWriter& json, const std::optional<Area>& area) {
-    json.key("area");
-    if (!area) return json.null();
-    json.begin_object();
-    const std::pair<const char*, double> sides[] = {
-        {"south", area->south}, {"north", area->north}, {"west", area->west}, {"east", area->east}};
-    for (const auto& [name, side] : sides) write_field(json, name, side);
-    json.end_object();
+Json json_area(const std::optional<Area>& area) {
+    if (!area) return nullptr;
+    return {{"south", json_number(area->south)},
+            {"north", json_number(area->north)},
+            {"west", json_number(area->west)},
+            {"east", json_number(area->east)}};
 }
 
 }  // namespace
@@ -192,23 +153,38 @@ void BriefReport::print(FILE* out) const {
     }
 }
 
-void write_summary(const std::string& file, const Velorix& grid, JsonWriter& json) {
+Json json_summary(const std::string& file, const Velorix& grid) {
     const Summary summary = summarize(grid);
-    write_names(json, file, grid, summary);
-    write_counts(json, grid);
-    json.key("tables");
-    json.begin_array();
-    for (const std::string_view table : tables(grid)) json.string(table);
-    json.end_array();
-    write_geometry(json, grid);
-    write_area(json, summary.area);
-    json.key("depths_km");
-    json.begin_array();
-    for (const double depth : summary.depths) json.number(depth);
-    json.end_array();
-    write_range(json, "distances_deg", summary.distances);
-    write_range(json, "p_times_s", summary.p_times);
-    write_range(json, "s_times_s", summary.s_times);
+    Json names_of_tables = Json::array(), depths = Json::array();
+    for (const std::string_view table : tables(grid)) names_of_tables.push_back(json_text(table));
+    for (const double depth : summary.depths) depths.push_back(json_number(depth));
+    return {{"file", json_text(file)},
+            {"name", json_text(fixed_name(grid.name))},
+            {"mode", json_text(summary.mode)},
+            {"type", json_text(summary.type)},
+            {"method", json_text(fixed_name(grid.method))},
+            {"model", json_text(fixed_name(grid.model))},
+            {"bytes", grid.size},
+            {"ns", grid.ns},
+            {"nn", grid.nn},
+            {"nh", grid.nh},
+            {"nd", grid.nd},
+            {"ny", grid.ny},
+            {"nx", grid.nx},
+            {"ndist", grid.ndist},
+            {"tables", names_of_tables},
+            {"latr", json_field(grid.latr)},
+            {"lonr", json_field(grid.lonr)},
+            {"strike", json_field(grid.strike)},
+            {"xmin", json_field(grid.xmin)},
+            {"xmax", json_field(grid.xmax)},
+            {"ymin", json_field(grid.ymin)},
+            {"ymax", json_field(grid.ymax)},
+            {"area", json_area(summary.area)},
+            {"depths_km", depths},
+            {"distances_deg", json_range(summary.distances)},
+            {"p_times_s", json_range(summary.p_times)},
+            {"s_times_s", json_range(summary.s_times)}};
 }
 
 }  // namespace velorix::info

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "json_writer.h"
+#include "json.h"
 #include "velorix.h"
 
 namespace velorix::info {
@@ -33,8 +33,8 @@ class BriefReport {
     std::vector<std::vector<std::string>> rows_;
 };
 
-/// The members of a grid's JSON object; the caller opens and closes the object.
-void write_summary(const std::string& file, const Velorix& grid, JsonWriter& json);
+/// The members of a grid's JSON object.
+Json json_summary(const std::string& file, const Velorix& grid);
 
 }  // namespace velorix::info
 #endif

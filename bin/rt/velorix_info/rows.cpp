@@ -14,12 +14,11 @@ struct CsvText {
 };
 
 struct JsonValue {
-    JsonWriter& json;
-    void operator()(std::monostate) const { json.null(); }
-    void operator()(std::string_view text) const { json.string(text); }
-    void operator()(int64_t value) const { json.integer(value); }
-    void operator()(double value) const { json.number(value); }
-    void operator()(float value) const { json.number(value); }
+    Json operator()(std::monostate) const { return nullptr; }
+    Json operator()(std::string_view text) const { return json_text(text); }
+    Json operator()(int64_t value) const { return value; }
+    Json operator()(double value) const { return json_number(value); }
+    Json operator()(float value) const { return json_number(value); }
 };
 
 }  // namespace
@@ -45,17 +44,14 @@ void CsvRows::row(std::span<const Cell> cells) {
 
 void JsonRows::begin(std::span<const std::string_view> columns) {
     columns_ = columns;
-    json_.key(name_);
-    json_.begin_array();
+    json_.begin_list(name_);
 }
 
 void JsonRows::row(std::span<const Cell> cells) {
-    json_.begin_object();
-    for (size_t i = 0; i < cells.size(); ++i) {
-        json_.key(columns_[i]);
-        std::visit(JsonValue{json_}, cells[i]);
-    }
-    json_.end_object();
+    Json members = Json::object();
+    for (size_t i = 0; i < cells.size(); ++i)
+        members[std::string(columns_[i])] = std::visit(JsonValue{}, cells[i]);
+    json_.row(members);
 }
 
 }  // namespace velorix::info

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <variant>
 
-#include "json_writer.h"
+#include "json.h"
 
 namespace velorix::info {
 
@@ -40,13 +40,13 @@ class CsvRows : public RowSink {
 class JsonRows : public RowSink {
   public:
     /// The rows become the array `name` of the object that is open.
-    JsonRows(JsonWriter& json, std::string_view name) : json_(json), name_(name) {}
+    JsonRows(JsonStream& json, std::string_view name) : json_(json), name_(name) {}
     void begin(std::span<const std::string_view> columns) override;
     void row(std::span<const Cell> cells) override;
-    void end() override { json_.end_array(); }
+    void end() override { json_.end_list(); }
 
   private:
-    JsonWriter& json_;
+    JsonStream& json_;
     std::string_view name_;
     std::span<const std::string_view> columns_;
 };

@@ -21,15 +21,9 @@ std::string shortest(float value);
 /// With a fixed number of decimals.
 std::string fixed(double value, int decimals);
 
-/// Bytes of the UTF-8 character at the start of `text`; 0 when there is none.
-size_t utf8_length(std::string_view text);
-
-/// For a terminal: control characters and bytes that are no UTF-8 become '?'.
-std::string printable(std::string_view text);
-/// A CSV field (RFC 4180): quoted when it holds a comma, a quote or a line end.
+/// A CSV field (RFC 4180): quoted when it holds a comma or a quote. Control characters and bytes
+/// that are no UTF-8 become '?'.
 std::string csv_field(std::string_view text);
-/// A JSON string with its quotes (RFC 8259); bytes that are no UTF-8 become U+FFFD.
-std::string json_string(std::string_view text);
 
 }  // namespace velorix::info
 #endif

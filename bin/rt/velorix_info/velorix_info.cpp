@@ -1,22 +1,27 @@
 // Shows what grid files hold: summaries, stations, nodes, travel times; for people and scripts.
+#include <signal.h>
+
 #include <cstdio>
 #include <memory>
 #include <new>
 
-#include "json_writer.h"
+#include "json.h"
 #include "listings.h"
 #include "mapped_files.h"
+#include "no_memory.h"
 #include "options.h"
 #include "platform/elog/elog.h"
 #include "report.h"
 #include "rows.h"
+#include "standard_streams.h"
 #include "text.h"
 #include "velorix.h"
+#include "verify.h"
 
 namespace velorix::info {
 namespace {
 
-/// Receives the grids one by one; false after a complaint about one of them.
+/// Receives the grids one by one; false when something is wrong with one of them, which was told.
 class Output {
   public:
     virtual ~Output() = default;
@@ -71,15 +76,14 @@ class CsvOutput : public Output {
 
 class JsonOutput : public Output {
   public:
-    explicit JsonOutput(const Options& options) : options_(options) { json_.begin_array(); }
+    explicit JsonOutput(const Options& options) : options_(options) { json_.begin(); }
     bool grid(const std::string& file, const Velorix& grid) override {
-        json_.begin_object();
-        write_summary(file, grid, json_);
+        json_.begin_object(json_summary(file, grid));
         const bool listed = list(grid);
         json_.end_object();
         return listed;
     }
-    void finish() override { json_.end_array(); }
+    void finish() override { json_.end(); }
 
   private:
     bool list(const Velorix& grid) {
@@ -91,10 +95,20 @@ class JsonOutput : public Output {
     }
 
     const Options& options_;
-    JsonWriter json_{stdout};
+    JsonStream json_{stdout};
+};
+
+class VerifyOutput : public Output {
+  public:
+    bool grid(const std::string& file, const Velorix& grid) override {
+        const Verification found = verify(grid);
+        fputs(verification_text(file, grid, found).c_str(), stdout);
+        return found.good();
+    }
 };
 
 std::unique_ptr<Output> make_output(const Options& options) {
+    if (options.verify) return std::make_unique<VerifyOutput>();
     if (options.json) return std::make_unique<JsonOutput>(options);
     if (options.listing != Listing::none) return std::make_unique<CsvOutput>(options);
     if (options.brief) return std::make_unique<BriefOutput>();
@@ -119,7 +133,7 @@ bool show_file(const std::string& file, Output& output) {
     return good;
 }
 
-/// True when every file was read and every node that was asked for exists.
+/// True when every file was read and nothing was wrong with a grid.
 bool show(const Options& options) {
     const auto output = make_output(options);
     bool good = true;
@@ -129,20 +143,10 @@ bool show(const Options& options) {
 }
 
 int run(int argc, char** argv) {
-    const auto options = read_options(argc, argv);
-    if (!options) {
-        fputs(kUsage, stderr);
-        return 1;
-    }
-    bool good = true;
-    if (options->help) {
-        printf("%s%s", kUsage, kHelp);
-    } else if (options->version) {
-        printf("velorix-info %s\n", VELORIX_VERSION);
-    } else {
-        good = show(*options);
-    }
-    if (fflush(stdout) != 0 || ferror(stdout)) elog_die(1, "fwrite(stdout) error.\n");
+    Options options;
+    const Parsed parsed = read_options(argc, argv, options);
+    const bool good = parsed == Parsed::done || (parsed == Parsed::run && show(options));
+    if (!velorix::tool::close_output()) elog_die(1, "fwrite(stdout) error.\n");
     return good ? 0 : 1;
 }
 
@@ -151,7 +155,10 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     elog_init(argc, argv);
+    velorix::tool::occupy_standard_streams();
+    signal(SIGPIPE, SIG_DFL);  // behind `head` a lister ends without a word, whoever started it
     velorix::tool::end_when_mapped_file_is_lost();
+    velorix::tool::end_when_memory_fails();
     try {
         return velorix::info::run(argc, argv);
     } catch (const std::bad_alloc&) {
