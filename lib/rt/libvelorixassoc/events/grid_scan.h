@@ -1,0 +1,29 @@
+#ifndef VELORIX_ASSOC_GRID_SCAN_H
+#define VELORIX_ASSOC_GRID_SCAN_H
+// One scan of one grid by the engine.
+#include <span>
+
+#include "search_grid.h"
+
+namespace velorix::assoc {
+
+/// The best node of a scan.
+struct ScanResult {
+    bool good = false;  ///< something could be scored
+    Spot spot;
+    double time = 0.0;  ///< epoch seconds
+    double score = 0.0;
+    double scatter = 0.0, scatter_weighted = 0.0;
+    bool edge = false, priority = false;  ///< faults
+    Position position;
+};
+
+/**
+ * Scans a grid with the given picks, each in the role it has there.
+ * @return false after a logged line; a scan without anything to score is good = false
+ */
+bool scan_grid(std::span<SearchGrid> grids, size_t number, std::span<Waiting* const> picks,
+               ScanResult& result);
+
+}  // namespace velorix::assoc
+#endif

@@ -1,0 +1,70 @@
+// Which kind of pick file it is.
+#include "../support/text_values.h"
+#include "pick_format.h"
+
+namespace velorix::assoc {
+namespace {
+
+constexpr size_t kSample = 4096;  // bytes looked at
+
+// TOML has "key = value" or "[table]" lines in front of anything else.
+bool looks_like_toml(std::string_view text) {
+    while (!text.empty()) {
+        const std::string_view line = trim(text.substr(0, text.find('\n')));
+        if (!line.empty() && line[0] != '#') {
+            const size_t equals = line.find('=');
+            return line[0] == '[' || (equals != line.npos && line.find(',') > equals);
+        }
+        const size_t end = text.find('\n');
+        if (end == text.npos) break;
+        text.remove_prefix(end + 1);
+    }
+    return false;
+}
+
+class EmptyReader : public PickReader {
+  public:
+    ReadResult next(Pick&, std::string&) override { return ReadResult::end; }
+    const char* kind() const override { return "empty file"; }
+};
+
+std::unique_ptr<PickReader> reader_of(std::unique_ptr<ByteSource> source, std::string& error) {
+    std::string_view text = source->peek(kSample);
+    if (!source->failure().empty()) {
+        error = source->failure();
+        return nullptr;
+    }
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    if (text.find('\0') != text.npos) {
+        error = source->name() + ": binary data, not a pick file";
+        return nullptr;
+    }
+    const std::string_view words = trim(text);
+    if (words.empty() && text.size() < kSample - 3) return std::make_unique<EmptyReader>();
+    if (words.starts_with('<')) return make_quakeml_reader(std::move(source), error);
+    if (!looks_like_css(text.substr(0, text.find('\n'))) && looks_like_toml(words)) {
+        return make_toml_reader(std::move(source), error);
+    }
+    return make_line_reader(std::move(source));
+}
+
+}  // namespace
+
+std::unique_ptr<PickReader> open_picks(const std::string& path, std::string& error) {
+    auto source = ByteSource::open(path, error);
+    return source ? reader_of(std::move(source), error) : nullptr;
+}
+
+std::unique_ptr<PickReader> open_picks_in(std::string text, const std::string& name,
+                                          std::string& error) {
+    return reader_of(ByteSource::of_text(std::move(text), name), error);
+}
+
+Header recognise_line(std::string_view line) {
+    if (line.starts_with("\xEF\xBB\xBF")) line.remove_prefix(3);
+    if (trim(line).empty()) return {};
+    if (looks_like_css(line)) return {.format = make_css_format(), .row = true};
+    return recognise_csv(line);
+}
+
+}  // namespace velorix::assoc
