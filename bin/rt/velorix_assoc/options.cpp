@@ -4,7 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "text.h"
+#include "support/say.h"
+#include "support/times.h"
 #include "velorix_pvt.h"
 
 namespace velorix::assoc {
@@ -13,12 +14,13 @@ namespace {
 constexpr const char* kUsage =
     "usage: velorix-assoc [-pf FILE] --grids FILE... --picks FILE... [--from T] [--to T]\n"
     "                     [--threads N] [--format text|csv|json|quakeml|css] [--out PATH]\n"
-    "                     [--skip-bad] [--show-parameters] [--explain T] [-v] [-q]\n";
+    "                     [--skip-bad] [--follow] [--show-parameters] [--explain T] [-v] [-q]\n";
 
 struct Raw {
     std::vector<std::string> picks;
     std::string from, to, explain, format = "text";
-    const CLI::Option *from_given = nullptr, *to_given = nullptr, *explain_given = nullptr;
+    const CLI::Option *from_given = nullptr, *to_given = nullptr, *explain_given = nullptr,
+                      *format_given = nullptr;
     bool version = false;
 };
 
@@ -29,12 +31,14 @@ void declare(CLI::App& app, Options& o, Raw& raw) {
     raw.from_given = app.add_option("--from", raw.from, "first pick time")->type_name("TIME");
     raw.to_given = app.add_option("--to", raw.to, "last pick time")->type_name("TIME");
     app.add_option("--threads", o.threads, "threads of a scan")->type_name("N");
-    app.add_option("--format", raw.format, "text, csv, json, quakeml or css")->type_name("FORMAT");
+    raw.format_given = app.add_option("--format", raw.format, "text, csv, json, quakeml or css")
+                           ->type_name("FORMAT");
     app.add_option("--out", o.out, "output file; css: database name")->type_name("PATH");
     raw.explain_given =
         app.add_option("--explain", raw.explain, "say what was found or missing around a time")
             ->type_name("TIME");
     app.add_flag("--skip-bad", o.stream.skip_bad, "count unreadable lines and go on");
+    app.add_flag("--follow", o.follow, "tell of events as they form, as JSON documents");
     app.add_flag("--show-parameters", o.show_parameters, "print the parameters in force and end");
     app.add_flag("-v,--verbose", o.verbose, "one line an event");
     app.add_flag("-q,--quiet", o.quiet, "errors only");
@@ -62,6 +66,12 @@ Parsed check(Options& o, const Raw& raw) {
     if (raw.picks.empty() && !o.show_parameters) return refuse("Need --picks.");
     if (std::count(raw.picks.begin(), raw.picks.end(), "-") > 1) {
         return refuse("Standard input can be read once only.");
+    }
+    if (o.follow && (raw.picks.size() != 1 || !o.out.empty() || raw.explain_given->count() > 0 ||
+                     raw.format_given->count() > 0)) {
+        return refuse(
+            "--follow reads one source and writes documents to standard output: it goes "
+            "with one --picks, without --out, --format and --explain.");
     }
     const auto format = format_of(raw.format);
     if (!format) return refuse("Unrecognized format '" + raw.format + "'.");

@@ -5,18 +5,18 @@
 #include <string>
 #include <vector>
 
-#include "output.h"
-#include "pick_stream.h"
+#include "velorixassoc.h"
 
 namespace velorix::assoc {
 
 struct Options {
     std::string parameter_file;
     std::vector<std::string> grids;
-    StreamOptions stream;
+    PickStreamOptions stream;
     int threads = 1;
     Format format = Format::text;
     std::string out;  ///< empty: standard output
+    bool follow = false;
     bool show_parameters = false;
     bool verbose = false;
     bool quiet = false;
