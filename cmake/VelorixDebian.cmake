@@ -41,10 +41,10 @@ This package has the shared library.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvelorix-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "${runtime} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}), libsqlite3-dev, libpcre2-dev")
+    "${runtime} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}), libsqlite3-dev, libpcre2-dev, libxml2-dev, libpugixml-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${about}
-This package has the headers, the static library, and the files with which
-CMake and pkg-config find both.")
+This package has the headers, the static libraries (of grids, and of the
+associator, in C++), and the files with which CMake and pkg-config find them.")
 
 # Every package carries its licence and what has changed.
 set(VELORIX_DOC_FOLDERS programs/velorix library/${runtime} development/libvelorix-dev)

@@ -4,7 +4,8 @@ target_compile_options(velorix_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
     # GCC 12 sees overlapping copies in std::string concatenation that are none (GCC bug 105651).
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
-    # Grids must come out byte by byte the same from every build: no fused multiply-add.
+    # Grids must come out byte by byte the same from every build on a machine: no fused
+    # multiply-add.
     -ffp-contract=off
     $<$<BOOL:${VELORIX_WERROR}>:-Werror>)
 if(VELORIX_SANITIZE)

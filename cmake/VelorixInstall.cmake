@@ -5,13 +5,19 @@ include(CMakePackageConfigHelpers)
 # `make install` and the packages build this target, and neither tests nor benchmarks.
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 add_custom_target(velorix_package)
-add_dependencies(velorix_package velorix_static velorix_shared)
+add_dependencies(velorix_package velorix_static velorix_shared velorixassoc_static)
 
 foreach(program velorix velorix-info velorix-assoc)
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT programs)
     add_dependencies(velorix_package ${program})
 endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT programs)
+
+# The pages, in the places in which they link to each other.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT programs)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
+    COMPONENT programs FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN man EXCLUDE)
 
 set(man_folder ${CMAKE_BINARY_DIR}/man)
 foreach(page velorix.1 velorix-info.1 velorix-assoc.1 velorix-grid.5 velorix.toml.5)
@@ -41,6 +47,8 @@ endforeach()
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/velorix)
 install(EXPORT velorix NAMESPACE velorix:: FILE velorixTargets.cmake DESTINATION ${package_folder}
     COMPONENT development)
+install(EXPORT velorixassoc NAMESPACE velorix:: FILE velorixassocTargets.cmake
+    DESTINATION ${package_folder} COMPONENT development)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/velorixConfig.cmake.in
     ${CMAKE_BINARY_DIR}/velorixConfig.cmake INSTALL_DESTINATION ${package_folder})
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/velorixConfigVersion.cmake
@@ -51,7 +59,10 @@ install(FILES ${CMAKE_BINARY_DIR}/velorixConfig.cmake ${CMAKE_BINARY_DIR}/velori
 # A moved installation stays usable: pkg-config works the prefix out from where the file lies.
 file(RELATIVE_PATH prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" prefix_from_pc "${prefix_from_pc}")
-configure_file(${PROJECT_SOURCE_DIR}/cmake/velorix.pc.in ${CMAKE_BINARY_DIR}/velorix.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/velorix.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-    COMPONENT development)
+foreach(library velorix velorixassoc)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${library}.pc.in ${CMAKE_BINARY_DIR}/${library}.pc
+        @ONLY)
+    install(FILES ${CMAKE_BINARY_DIR}/${library}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)
+endforeach()
 include(VelorixDebian)

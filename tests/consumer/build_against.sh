@@ -39,6 +39,13 @@ for language in C CXX; do
     for kind in shared static; do check "CMake, $language" $kind "$tree/$kind"; done
 done
 
+"$work/cmake-CXX/associate" > /dev/null || { echo "associate fails"; exit 1; }
+# shellcheck disable=SC2046,SC2086
+"$cxx" -std=c++20 $flags $(pkg-config --cflags velorixassoc) "$here/associate.cpp" -o "$work/associate" \
+    $(pkg-config --libs velorixassoc)
+"$work/associate" ${ASSOCIATE_ARGUMENTS-} > "$work/associated"
+echo "associator, CMake and pkg-config: $(cat "$work/associated")"
+
 cflags=$(pkg-config --cflags velorix)
 for kind in shared static; do
     libs=$(pkg-config --libs velorix)

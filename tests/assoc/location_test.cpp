@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "associator.h"
+#include "events/location.h"
+#include "events/stream_past.h"
 #include "support/log_capture.h"
-#include "support/tiny_grid.h"
+#include "synthetic_picks.h"
 
 namespace velorix::assoc {
 namespace {
@@ -48,8 +49,8 @@ INSTANTIATE_TEST_SUITE_P(OffTheNodes, Moved, testing::Values(0.0, 175.43));  // 
 TEST_P(Moved, AnEventIsLocatedBetweenTheNodesOfAGeneralMesh) {
     CoarseMesh mesh(GetParam());
     GridSet grids;
-    ASSERT_TRUE(grids.add(&mesh.grid, ParameterFile(), 1));
-    const SearchGrid& grid = grids.grids()[0];
+    ASSERT_TRUE(grids.add(&mesh.grid, Parameters(), 1));
+    const SearchGrid& grid = grids.search_grids()[0];
     const Position truth{3.42, 4.57 + GetParam(), 104.0};
     const RayTimes rays(mesh.grid);
     std::vector<Waiting> waiting(static_cast<size_t>(2 * mesh.grid.ns));
@@ -62,12 +63,12 @@ TEST_P(Moved, AnEventIsLocatedBetweenTheNodesOfAGeneralMesh) {
             solution.members.push_back({&pick, i, k ? 'S' : 'P', 0.0, 1.0, true});
         }
     }
-    Locator(grid, 0).locate(solution);
+    Locator(grid).locate(solution);
     const Position found = grid.times.position(solution.spot);
     EXPECT_LT(path_between(truth, found.lat, found.lon).delta, 0.1);
     EXPECT_NEAR(found.depth, truth.depth, 15.0);
     EXPECT_NEAR(solution.time, 1e9, 1.0);
-    EXPECT_LT(Locator(grid, 0).uncertainty(solution).major, 20.0);
+    EXPECT_LT(Locator(grid).uncertainty(solution).major, 20.0);
 }
 
 TEST(OffTheNodes, AGridThatTheCalculatorDoesNotRepeatIsNotLeft) {
@@ -95,31 +96,57 @@ TEST(OffTheNodes, SpotsStayOnTheEarth) {
     EXPECT_LE(pole.depth, 300.0);
 }
 
-TEST(Activity, CoversTheHoursAround) {
-    Activity activity;
-    activity.add(1e9);  // 01:46:40
-    activity.add(-1.0);
-    EXPECT_TRUE(activity.near(1e9 - 6000.0));
-    EXPECT_TRUE(activity.near(1e9 + 4300.0));
-    EXPECT_FALSE(activity.near(1e9 + 4900.0));
-    EXPECT_FALSE(activity.near(1e9 - 6500.0));
-    EXPECT_FALSE(activity.near(1e9 + 86400.0));
-    EXPECT_TRUE(activity.near(10.0));
-    EXPECT_FALSE(activity.near(3700.0));
+TEST(StreamPast, TellsStationsAtWorkByTheirPicks) {
+    StreamPast past(600.0, {2});
+    Waiting waiting;
+    waiting.roles = {{.station = 1, .place = 1}};
+    for (double time : {-50.0, 1000.0, 1003.0, 2009.0}) {
+        waiting.pick.time = time;
+        past.add(waiting);
+    }
+    const struct {
+        double origin, known;
+        bool at_work;
+    } cases[] = {{0.0, 10.0, true},      // the pick before it
+                 {550.0, 560.0, true},   // exactly the history
+                 {551.0, 560.0, false},  // a second more
+                 {551.0, 1000.0, true},  // one that comes later and is known
+                 {551.0, 999.9, false},   {1603.0, 1700.0, true},  // the last pick of a minute
+                 {1603.5, 1700.0, false}, {1603.5, 2009.0, true}, {1603.5, 2008.9, false}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(past.at_work(0, 1, c.origin, c.known), c.at_work) << c.origin << " " << c.known;
+        EXPECT_FALSE(past.at_work(0, 0, c.origin, c.known));
+    }
+    past.forget(1700.0);
+    EXPECT_TRUE(past.at_work(0, 1, 1700.0, 2100.0));
+    EXPECT_FALSE(past.at_work(0, 1, 0.0, 10.0));
+}
+
+TEST(StreamPast, TakesLabelsForTrueUntilManyPAndNoS) {
+    StreamPast past(3600.0, {});
+    Waiting waiting;
+    const auto add = [&](double time, const std::string& phase) {
+        waiting.pick.time = time;
+        waiting.pick.phase = phase;
+        past.add(waiting);
+        return past.labels();
+    };
+    for (int i = 0; i < 49; ++i) EXPECT_EQ(add(i, i % 7 ? "P" : "LR"), Labels::trust);
+    for (int i = 0; i < 7; ++i) EXPECT_EQ(add(50 + i, "Pn"), Labels::trust);
+    EXPECT_EQ(add(100.0, "P"), Labels::p_first) << "the fiftieth";
+    EXPECT_EQ(add(200.0, "Sg"), Labels::trust);
+    EXPECT_EQ(add(3799.0, "P"), Labels::trust) << "the S is in the hour";
+    for (int i = 0; i < 60; ++i) add(3900.0 + i, "P");
+    EXPECT_EQ(past.labels(), Labels::p_first) << "the S is forgotten";
 }
 
 /// Picks of one earthquake under a ring of stations.
-std::vector<Pick> picks_of(const std::vector<Station>& stations, double lat, double lon) {
+std::vector<Pick> picks_under(const std::vector<Station>& stations, double lat, double lon) {
     std::vector<Pick> picks;
     for (const Station& s : stations) {
-        const double delta = velorix_test::flat_distance(lat, lon, s.lat, s.lon);
-        for (const auto& [phase, velocity] : {std::pair{"P", 6.0}, std::pair{"S", 3.5}}) {
-            Pick pick;
-            pick.time = 1e9 + velorix_test::ray_time(delta, 8.0, velocity);
-            pick.station = s.sta;
-            pick.phase = phase;
-            picks.push_back(pick);
-        }
+        const double delta = flat_distance(lat, lon, s.lat, s.lon);
+        picks.push_back(pick_of(s, "P", 1e9 + ray_time(delta, 8.0, 6.0)));
+        picks.push_back(pick_of(s, "S", 1e9 + ray_time(delta, 8.0, 3.5)));
     }
     std::ranges::sort(picks, {}, &Pick::time);
     return picks;
@@ -139,16 +166,16 @@ TEST(TwoGrids, TheFinerOnePlacesAnEventInsideItAndTheCoarserOneTheRest) {
         GridSet grids;
         for (Velorix* grid : {&wide.grid, &fine.grid}) {
             grid->ttsize = grid->nn * grid->ns * 4;
-            ASSERT_TRUE(grids.add(grid, ParameterFile(), 1));
+            ASSERT_TRUE(grids.add(grid, Parameters(), 1));
         }
-        for (SearchGrid& grid : grids.grids()) std::fill(grid.alive.begin(), grid.alive.end(), 1);
-        Associator associator(grids, ProgramRules());
-        for (const Pick& pick : picks_of(stations, c.lat, c.lon)) ASSERT_TRUE(associator.add(pick));
-        ASSERT_TRUE(associator.finish());
-        ASSERT_EQ(associator.events().size(), 1u) << c.grid;
-        EXPECT_EQ(associator.events()[0].grid, c.grid);
-        EXPECT_NEAR(associator.events()[0].lat, c.lat, 0.02);
-        EXPECT_NEAR(associator.events()[0].lon, c.lon, 0.02);
+        StreamRules rules;
+        rules.at_work = AtWork::all;
+        const auto events =
+            associate_all(grids, rules, picks_under(stations, c.lat, c.lon)).events();
+        ASSERT_EQ(events.size(), 1u) << c.grid;
+        EXPECT_EQ(events[0].grid, c.grid);
+        EXPECT_NEAR(events[0].lat, c.lat, 0.02);
+        EXPECT_NEAR(events[0].lon, c.lon, 0.02);
     }
 }
 

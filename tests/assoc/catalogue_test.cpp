@@ -1,18 +1,23 @@
 // Catalogues as files: valid, whole or not there.
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <regex>
 #include <set>
+#include <thread>
 #include <variant>
 
-#include "output.h"
+#include "events/event_id.h"
 #include "platform/db/db.h"
 #include "support/log_capture.h"
 #include "support/temp_file.h"
-#include "text.h"
+#include "support/times.h"
+#include "velorixassoc.h"
 
 namespace velorix::assoc {
 namespace {
@@ -55,20 +60,66 @@ Event an_event() {
     e.picks[1].phase = 'S';
     e.picks[1].defining = false;
     e.picks[1].pick.arid = 72;
+    e.picks[1].pick.time += 2.0;
     return e;
+}
+
+using Catalogue = std::vector<Event>;
+
+void name(Catalogue& events) {
+    for (Event& event : events) event.id = event_id(event);
 }
 
 Catalogue a_catalogue() {
     Catalogue events{an_event(), an_event()};
     events[0].picks[0].pick.station = "T&<>\"1202";
-    name_events(events);
+    name(events);
     return events;
 }
 
-TEST(Events, HaveStableUniqueNames) {
-    const Catalogue events = a_catalogue();
-    EXPECT_EQ(events[0].id, "20161014T000009.05");
-    EXPECT_EQ(events[1].id, "20161014T000009.05.1");
+/// A catalogue's documents, in the order of their suffixes.
+std::vector<std::string> documents(Format format, const Catalogue& events) {
+    const auto writer = make_catalogue_writer(format, "0123456789abcdef");
+    std::vector<TextSink> texts(writer->suffixes().size());
+    std::vector<Sink*> sinks;
+    for (TextSink& text : texts) sinks.push_back(&text);
+    EXPECT_TRUE(writer->begin(sinks));
+    for (const Event& event : events) EXPECT_TRUE(writer->add(event, sinks));
+    EXPECT_TRUE(writer->end(sinks));
+    std::vector<std::string> out;
+    for (TextSink& text : texts) out.push_back(text.text);
+    return out;
+}
+
+bool write_files(Format format, const Catalogue& events, const std::string& path,
+                 const std::vector<std::string>& inputs = {}) {
+    const auto writer = make_catalogue_writer(format, "");
+    CatalogueFiles files;
+    if (!files.open(path, writer->suffixes(), inputs)) return false;
+    bool good = writer->begin(files.sinks());
+    for (const Event& event : events) good = good && writer->add(event, files.sinks());
+    return good && writer->end(files.sinks()) && files.commit();
+}
+
+TEST(EventIds, FollowFromTheEventAlone) {
+    const Event event = an_event();
+    const std::string id = event_id(event);
+    EXPECT_EQ(id.substr(0, 19), "20161014T000009.05-");
+    const std::vector<std::function<void(Event&)>> changes{
+        [](Event& e) { e.lat += 0.001; },         [](Event& e) { e.depth += 0.1; },
+        [](Event& e) { e.grid = "other"; },       [](Event& e) { e.picks.pop_back(); },
+        [](Event& e) { e.picks[0].phase = 'S'; }, [](Event& e) { e.picks[0].pick.network = "X"; },
+        [](Event& e) { e.time += 0.001; }};
+    std::set<std::string> ids{id};
+    for (const auto& change : changes) {
+        Event other = event;
+        change(other);
+        EXPECT_TRUE(ids.insert(event_id(other)).second);
+    }
+    Event same = event;
+    same.id = "x";
+    same.left_out.resize(3);
+    EXPECT_EQ(event_id(same), id);
 }
 
 TEST(IsoTime, RoundsAcrossTheYear) {
@@ -112,45 +163,95 @@ std::vector<Catalogue> extreme_catalogues() {
     odd[0].picks[0].pick.phase = "P\x07\xff";
     odd[0].picks[0].pick.network.clear();
     std::vector<Catalogue> all{a_catalogue(), {}, bare, unknown, early, odd};
-    for (Catalogue& events : all) name_events(events);
+    for (Catalogue& events : all) name(events);
     return all;
 }
 
-TEST(QuakeMl, ValidatesAgainstTheSchema) {
-    if (std::string(XMLLINT).ends_with("NOTFOUND")) GTEST_SKIP() << "xmllint is not installed";
-    const TempFolder folder;
+// Against the schema they are tried elsewhere, with what ObsPy brings: here what it cannot say.
+TEST(QuakeMl, HasOneValueEachAndReferencesThatLeadSomewhere) {
+    const char* const folder = std::getenv("VELORIX_KEEP_QUAKEML");
+    int number = 0;
     for (const Catalogue& events : extreme_catalogues()) {
-        const std::string text = quakeml(events);
+        const std::string text = documents(Format::quakeml, events)[0];
         check_references(text);
-        const std::string file = folder.write("catalogue.xml", text);
-        const std::string command = std::string(XMLLINT) +
-                                    " --noout --schema " ASSOC_DATA "/QuakeML-1.2.xsd " + file +
-                                    " 2>" + folder.path("messages");
-        EXPECT_EQ(std::system(command.c_str()), 0) << read_file(folder.path("messages"));
+        if (!folder) continue;
+        std::ofstream(std::string(folder) + "/catalogue" + std::to_string(number++) + ".xml")
+            << text;
     }
 }
 
 TEST(CsvTables, QuoteWhatNeedsIt) {
-    const auto documents = csv_documents(a_catalogue());
-    EXPECT_THAT(documents[0].text, HasSubstr(",\"a grid, \"\"quoted\"\"\"\n"));
-    EXPECT_THAT(documents[1].text, HasSubstr(",\"T&<>\"\"1202\","));
+    const auto texts = documents(Format::csv, a_catalogue());
+    EXPECT_THAT(texts[0], HasSubstr(",\"a grid, \"\"quoted\"\"\"\n"));
+    EXPECT_THAT(texts[1], HasSubstr(",\"T&<>\"\"1202\","));
 }
 
-TEST(JsonLines, NumbersHaveTheDigitsThatCount) {
-    const std::string text = json_lines(a_catalogue());
+TEST(TextTable, ShowsNoControlCharactersOfForeignFiles) {
+    Catalogue events = a_catalogue();
+    events[0].grid = "a\x1b[31mb\x9b\xc2\x9b\xc3\xa9\n";
+    const std::string text = documents(Format::text, events)[0];
+    EXPECT_THAT(text, HasSubstr("a?[31mb???\xc3\xa9?\n"));
+}
+
+TEST(JsonDocuments, NumbersHaveTheDigitsThatCount) {
+    const std::string text = documents(Format::json, a_catalogue())[0];
     EXPECT_THAT(text, HasSubstr("\"latitude\":-42.8176,\"longitude\":179.9999,\"depth_km\":8.04,"));
     EXPECT_THAT(text, HasSubstr("\"epoch\":1476403211.61,\"residual\":-0.0539,"));
+    EXPECT_THAT(text, HasSubstr("{\"kind\":\"final\",\"version\":1000,\"event_id\":\"20161014T"));
 }
 
-TEST(WriteDocuments, LeavesWhatWasThereWhenItFails) {
+TEST(CatalogueFiles, LeaveWhatWasThereWhenTheyFail) {
     const TempFolder folder;
-    folder.write("out", "old");
+    folder.write("cat.csv", "old events");
+    folder.write("cat_picks.csv", "old picks");
+    const auto expect_old = [&](const char* when) {
+        EXPECT_EQ(read_file(folder.path("cat.csv")), "old events") << when;
+        EXPECT_EQ(read_file(folder.path("cat_picks.csv")), "old picks") << when;
+        const std::filesystem::directory_iterator files(folder.path());
+        EXPECT_EQ(std::distance(begin(files), end(files)), 2) << "a temporary file stayed " << when;
+    };
+    {
+        CatalogueFiles files;
+        ASSERT_TRUE(files.open(folder.path("cat.csv"), {"", "_picks"}, {}));
+        ASSERT_TRUE(files.sinks()[0]->write(std::string(100000, 'x')));
+    }
+    expect_old("without commit");
     const velorix_test::LogCapture log;
-    EXPECT_FALSE(write_documents({{"", "new"}, {"/no/such/folder", "b"}}, folder.path("out")));
-    EXPECT_EQ(read_file(folder.path("out")), "old");
-    EXPECT_THAT(log.text(), HasSubstr("cannot write"));
+    EXPECT_FALSE(write_files(Format::csv, a_catalogue(), folder.path("cat.csv"),
+                             {folder.path("none"), folder.path("cat_picks.csv")}));
+    EXPECT_THAT(log.text(), HasSubstr("cat_picks.csv' is one of the files that are read"));
+    expect_old("where one is an input");
+    std::filesystem::create_symlink("b", folder.path("a"));
+    std::filesystem::create_symlink("a", folder.path("b"));
+    EXPECT_FALSE(write_files(Format::text, a_catalogue(), folder.path("a")));
+    EXPECT_THAT(log.text(), HasSubstr("cannot write '" + folder.path("a")));
+    std::filesystem::remove(folder.path("a"));
+    std::filesystem::remove(folder.path("b"));
+    ASSERT_TRUE(write_files(Format::csv, a_catalogue(), folder.path("cat.csv")));
+    EXPECT_THAT(read_file(folder.path("cat.csv")), HasSubstr("event_id,"));
+    EXPECT_THAT(read_file(folder.path("cat_picks.csv")), HasSubstr("event_id,network,"));
     const std::filesystem::directory_iterator files(folder.path());
-    EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "a temporary file stayed";
+    EXPECT_EQ(std::distance(begin(files), end(files)), 2);
+}
+
+// More than a spool keeps in memory.
+TEST(CatalogueFiles, ALongDocumentGoesWholeIntoAPipe) {
+    const TempFolder folder;
+    const std::string pipe = folder.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::string got;
+    std::thread reader([&] { got = read_file(pipe); });
+    CatalogueFiles files;
+    ASSERT_TRUE(files.open(pipe, {"", "_picks"}, {}));
+    std::string long_text;
+    for (int i = 0; i < 400000; ++i) long_text += std::to_string(i) + "\n";
+    for (size_t at = 0; at < long_text.size(); at += 1000) {
+        ASSERT_TRUE(files.sinks()[0]->write(std::string_view(long_text).substr(at, 1000)));
+    }
+    ASSERT_TRUE(files.sinks()[1]->write("picks\n"));
+    ASSERT_TRUE(files.commit());
+    reader.join();
+    EXPECT_EQ(got, "# events\n" + long_text + "\n# picks\npicks\n");
 }
 
 // CSS3.0 catalogues: every column of the width that the schema has, read back by the database
@@ -261,7 +362,7 @@ void check_table(const std::string& base, const char* table, long rows, const Co
 TEST(CssCatalogue, ReadsBackThroughTheDatabaseServiceColumnByColumn) {
     const TempFolder folder;
     const std::string base = folder.path("cat");
-    ASSERT_TRUE(write_documents(css_documents({an_event(), an_event()}), base));
+    ASSERT_TRUE(write_files(Format::css, {an_event(), an_event()}, base));
     check_table(base, "event", 2, kEvent);
     check_table(base, "origin", 2, kOrigin);
     check_table(base, "origerr", 2, kOrigerr);
@@ -281,7 +382,7 @@ TEST(CssCatalogue, ValuesThatDoNotFitOrAreNotKnownReadBackAsNull) {
     unknown.error = {};
     const TempFolder folder;
     const std::string base = folder.path("cat");
-    ASSERT_TRUE(write_documents(css_documents({wide, unknown}), base));
+    ASSERT_TRUE(write_files(Format::css, {wide, unknown}, base));
     Dbptr db;
     ASSERT_EQ(dbopen(base.c_str(), "r", &db), 0);
     const struct {
@@ -303,6 +404,24 @@ TEST(CssCatalogue, ValuesThatDoNotFitOrAreNotKnownReadBackAsNull) {
         for (const Column& column : c.columns) check_value(record, column);
     }
     dbclose(&db);
+}
+
+// The second event's first pick takes the number that the first event's nameless one would get.
+TEST(CssCatalogue, PicksKeepTheirOwnIdentifiersAndTheOthersGetFreeOnes) {
+    Event first = an_event(), second = an_event();
+    first.picks[0].pick.arid = 2;
+    first.picks[1].pick.arid = -1;
+    first.picks[1].pick.time += 1.0;
+    second.time += 100.0;
+    for (EventPick& p : second.picks) p.pick.time += 100.0 + (p.phase == 'S' ? 1.0 : 0.0);
+    second.picks[0].pick.arid = 1;
+    second.picks[1].pick.arid = 123456789;
+    const std::string arrival = documents(Format::css, {first, second})[4];
+    std::vector<long> ids;
+    for (size_t row = 0; row < arrival.size(); row = arrival.find('\n', row) + 1) {
+        ids.push_back(std::stol(arrival.substr(row + 25, 8)));
+    }
+    EXPECT_THAT(ids, testing::ElementsAre(2, 1, 3, 4));
 }
 
 }  // namespace

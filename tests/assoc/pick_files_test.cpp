@@ -1,9 +1,9 @@
 // Pick files of every kind, what is wrong with them, and their order.
 #include <gmock/gmock.h>
 
-#include "pick_stream.h"
 #include "support/log_capture.h"
 #include "support/temp_file.h"
+#include "velorixassoc.h"
 
 namespace velorix::assoc {
 namespace {
@@ -14,26 +14,32 @@ using velorix_test::LogCapture;
 using velorix_test::TempFile;
 
 struct Read {
-    bool good = false;
+    PickStream::Next last = PickStream::Next::failed;  // what ended it
     std::vector<Pick> picks;
-    PickSurvey survey;
-    long duplicates = 0;
-    std::string log;
+    PickStream::Counts counts;
+    std::string kinds, disorder, log;
+    bool good() const { return last == PickStream::Next::end; }
 };
 
-Read read(const std::string& text, bool skip_bad = false, StreamOptions options = {}) {
-    const TempFile file(text, "picks");
+Read read_files(const PickStreamOptions& options) {
     LogCapture log;
     Read out;
     PickStream stream;
-    options.paths = {file.path()};
-    options.skip_bad = skip_bad;
-    out.good = stream.open(options);
-    for (Pick pick; out.good && stream.next(pick);) out.picks.push_back(pick);
-    out.survey = stream.survey();
-    out.duplicates = stream.duplicates();
+    if (stream.open(options)) {
+        for (Pick pick; (out.last = stream.next(pick)) == PickStream::Next::pick;)
+            out.picks.push_back(pick);
+        out.counts = stream.counts();
+        out.kinds = stream.kinds();
+        out.disorder = stream.disorder();
+    }
     out.log = log.text();
     return out;
+}
+
+Read read(const std::string& text, PickStreamOptions options = {}) {
+    const TempFile file(text, "picks");
+    options.paths = {file.path()};
+    return read_files(options);
 }
 
 std::vector<double> times(const Read& read) {
@@ -84,9 +90,9 @@ TEST(PickFile, IsRecognisedAndReadWhateverItsKind) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const Read r = read(c.text);
-        ASSERT_TRUE(r.good) << r.log;
+        ASSERT_TRUE(r.good()) << r.log;
         ASSERT_EQ(r.picks.size(), 1u);
-        EXPECT_EQ(r.survey.kinds, c.kind);
+        EXPECT_EQ(r.kinds, c.kind);
         const Pick& pick = r.picks[0];
         EXPECT_EQ(pick.station + " " + pick.channel + " " + pick.phase, "ARRO EHZ P");
         EXPECT_DOUBLE_EQ(pick.time, 1476403210.25);
@@ -116,39 +122,97 @@ TEST(PickFile, FaultsNameFileAndLine) {
         {"<?xml version=\"1.0\"?>\n<quakeml>\n<pick>\n", "picks:"},
         {"<html></html>", "an XML document that is not QuakeML"},
         {"arrivals = [\"A BHZ P\"]\n", "arrivals, entry 1"},
-        {"abc\x01", "no header"}};
+        {"abc\x01", "no header"},
+        {"alpha,beta\n1,2\n", "(or: time, phase_time,"},
+        {"alpha,time\n1,2\n", "no header with a column 'station' (or: station, sta, "},
+        {"alpha,Beta\n1,2\n", "); the columns here: 'alpha', 'beta'"},
+        {"station,time\nA,1\n" + std::string(1100000, 'x') + "\n", ":3: a line of more than"},
+        {"<!DOCTYPE q [<!ENTITY a 'b'>]><q:quakeml xmlns:q='a'/>", "document type declaration"},
+        {"<q:quakeml xmlns:q=\"a\"><eventParameters><pick/></eventParameters></q:quakeml>",
+         "picks:1: a pick without stationCode"},
+        {"<q:quakeml xmlns:q='a'>\n<eventParameters>\n<pick>\n<waveformID stationCode='A'/>\n"
+         "<time><value>now</value></time></pick></eventParameters></q:quakeml>",
+         "time 'now' is not ISO 8601"}};
     for (const auto& c : cases) {
         const Read r = read(c.text);
-        EXPECT_FALSE(r.good) << c.text;
+        EXPECT_FALSE(r.good()) << c.text;
         EXPECT_THAT(r.log, HasSubstr(c.message));
     }
 }
 
 TEST(PickStream, SkipsAndCountsBadLinesWhenAsked) {
-    const Read r = read("station,time\nA,1\nB,x\nC,y\nD,4\n", true);
-    ASSERT_TRUE(r.good);
+    const Read r = read("station,time\nA,1\nB,x\nC,y\nD,4\n", {.skip_bad = true});
+    ASSERT_TRUE(r.good());
     EXPECT_THAT(times(r), ElementsAre(1, 4));
-    EXPECT_EQ(r.survey.bad, 2);
+    EXPECT_EQ(r.counts.bad, 2);
     EXPECT_THAT(r.log, HasSubstr(":3: "));
 }
 
-TEST(PickStream, SortsByTimeThenNameAndDropsRepetitions) {
-    const Read r = read(
-        "network,station,phase,time,pick_id\n"
-        "N,C,P,30,1\nN,B,P,10,2\nN,A,P,10,3\nN,B,P,10,4\nN,B,S,10,5\nN,D,P,20,6\n");
-    std::string order;
-    for (const Pick& pick : r.picks) order += pick.station + pick.phase;
-    EXPECT_EQ(order, "APBPBSDPCP");
-    EXPECT_EQ(r.duplicates, 1);
+TEST(PickStream, KeepsToTheTimeSpan) {
+    const Read r = read("station,time\nA,1\nA,2\nA,3\nA,4\n", {.from = 2, .to = 3});
+    EXPECT_THAT(times(r), ElementsAre(2, 3));
+    EXPECT_EQ(r.counts.outside, 2);
+    EXPECT_EQ(r.counts.read, 4);
+    EXPECT_EQ(r.counts.given, 2);
 }
 
-TEST(PickStream, KeepsToTheTimeSpan) {
-    StreamOptions options;
-    options.from = 2;
-    options.to = 3;
-    const Read r = read("station,time\nA,1\nA,2\nA,3\nA,4\n", false, options);
-    EXPECT_THAT(times(r), ElementsAre(2, 3));
-    EXPECT_EQ(r.survey.outside, 2);
+TEST(PickStream, MergesFilesByTimeAndSaysWhichIsOutOfOrder) {
+    const TempFile one("station,time\nA,10\nA,12\nA,11\nA,30\n", "one");
+    const TempFile two("station,time\nB,11.5\nB,29\nB,20\n", "two");
+    PickStreamOptions options;
+    options.paths = {one.path(), two.path()};
+    options.lateness = 9.0;
+    EXPECT_THAT(times(read_files(options)), ElementsAre(10, 11.5, 12, 11, 29, 20, 30));
+    options.lateness = 8.9;
+    const Read r = read_files(options);
+    EXPECT_EQ(r.last, PickStream::Next::disorder);
+    EXPECT_THAT(r.disorder, HasSubstr("two: a pick at 1970-01-01T00:00:20.00Z stands behind one "
+                                      "9.0 s later"));
+    options.sorted = {two.path()};
+    EXPECT_THAT(times(read_files(options)), ElementsAre(10, 11.5, 12, 11, 20, 29, 30));
+}
+
+TEST(PickCodes, AreTakenApartWhereTheyHoldTheNetwork) {
+    const struct {
+        const char* text;
+        const char* name;
+    } cases[] = {{"station,time\nIV.ARRO,1\n", "IV.ARRO.."},
+                 {"station,time\nIV_ARRO,1\n", "IV.ARRO.."},
+                 {"station,time\nIV.ARRO.00.HHZ,1\n", "IV.ARRO.00.HHZ"},
+                 {"station,time\nLONG_CODE,1\n", ".LONG_CODE.."},
+                 {"network,station,time\nXX,IV_ARRO,1\n", "XX.IV_ARRO.."},
+                 {"station,time\nIV_,1\n", ".IV_.."},
+                 {"arrivals = [\"IV_ARRO EHZ P 1 2\"]\n", "IV.ARRO..EHZ"}};
+    for (const auto& c : cases) {
+        const Read r = read(c.text);
+        ASSERT_EQ(r.picks.size(), 1u) << c.text;
+        EXPECT_EQ(full_name(r.picks[0]), c.name) << c.text;
+    }
+}
+
+TEST(PickLines, TellTheirKindFromTheFirstLine) {
+    const struct {
+        std::vector<std::string> lines;
+        std::vector<std::string> errors;  // by line
+        size_t picks;
+    } cases[] = {{{"# picks", "", "station,time\r", "A,1", "B,x", "C,3"},
+                  {"", "", "", "", "feed:5: time 'x' is neither", ""},
+                  2},
+                 {{kArrivalLine.substr(0, kArrivalLine.size() - 1), "junk"}, {"", "feed:2: "}, 1},
+                 {{"nothing", "station,time", "A,1"},
+                  {"feed:1: no header with a column 'time'", "", ""},
+                  1}};
+    for (const auto& c : cases) {
+        PickLines lines("feed");
+        std::vector<Pick> picks;
+        for (size_t i = 0; i < c.lines.size(); ++i) {
+            std::string error;
+            const ReadResult result = lines.take(c.lines[i], picks, error);
+            EXPECT_EQ(result == ReadResult::pick, c.errors[i].empty()) << c.lines[i];
+            EXPECT_THAT(error, HasSubstr(c.errors[i]));
+        }
+        EXPECT_EQ(picks.size(), c.picks);
+    }
 }
 
 }  // namespace
