@@ -6,10 +6,10 @@
 #include <functional>
 #include <optional>
 
+#include "event_files.h"
 #include "program.h"
 #include "support/log_capture.h"
 #include "support/temp_file.h"
-#include "velorix.h"
 
 namespace velorix_test {
 namespace {
@@ -17,46 +17,14 @@ namespace {
 using testing::HasSubstr;
 using Words = std::vector<std::string>;
 
-constexpr const char* kStations =
-    "#Network | Station | Latitude | Longitude | Elevation | SiteName | StartTime | EndTime\n"
-    "XX|AAA|40.1|-110.0|0.0|A|2002-11-19T00:00:00|\n"
-    "XX|BBB|39.8|-110.3|0.0|B|2002-11-19T00:00:00|\n"
-    "XX|CCC|40.0|-109.6|0.0|C|2002-11-19T00:00:00|\n"
-    "XX|DDD|40.4|-110.2|0.0|D|2002-11-19T00:00:00|\n"
-    "XX|EEE|39.7|-109.8|0.0|E|2002-11-19T00:00:00|\n"
-    "XX|FFF|40.3|-109.7|0.0|F|2002-11-19T00:00:00|\n";
-constexpr const char* kGrids =
-    "[grids.first]\nmode='file'\ncoords_file='points.txt'\nmethod='tttaup'\nmodel='iasp91'\n"
-    "compute_P=true\n"
-    "[grids.second]\nmode='edp'\nlatr=40\nlonr=-110\nnx=5\nny=5\nxmin=-0.5\nxmax=0.5\nymin=-0.5\n"
-    "ymax=0.5\ndepths=[5]\nmethod='tttaup'\nmodel='iasp91'\ncompute_P=true\ncompute_S=true\n";
-
-/// P and S picks of an event at the middle of the mesh of the second grid.
-std::string picks_of_an_event(const std::string& heaps) {
-    std::string bytes = heaps;
-    Tbl* grids = nullptr;
-    EXPECT_EQ(velorix_read_buffer(bytes.data(), bytes.size(), "grids", &grids), 2);
-    const auto* mesh = static_cast<const Velorix*>(gettbl(grids, 1));
-    std::string picks = "station,channel,phase,time\n";
-    for (int is = 0; mesh && is < mesh->ns; ++is) {
-        double p = 0.0, s = 0.0;
-        velorix_get_ttimes(mesh, is, 2, 2, 0, &p, &s);
-        const std::string code = mesh->stations[is].sta;
-        picks += code + ",HHZ,P," + std::to_string(1476403200 + p) + "\n";
-        picks += code + ",HHN,S," + std::to_string(1476403200 + s) + "\n";
-    }
-    freetbl(grids, velorix_release);
-    return picks;
-}
-
 /// A folder with everything that a run of each program needs; the grids are computed once.
 class Faults : public testing::Test {
   protected:
     static void SetUpTestSuite() {
         folder_.emplace();
-        folder_->write("net.txt", kStations);
+        folder_->write("net.txt", kSixStations);
         folder_->write("points.txt", "40 -110 10\n41 -111 5\n");
-        folder_->write("velorix.toml", kGrids);
+        folder_->write("velorix.toml", kTwoGrids);
         const Finished made = velorix_test::run({kVelorix, folder_->path(), {}, ""});
         ASSERT_EQ(made.status, 0) << made.err;
         heaps_ = made.out;
@@ -222,9 +190,9 @@ TEST_F(Faults, OutputThatCannotBeWrittenIsAFailureOfEveryProgram) {
         const Finished closed = run(words, "", Output::closed);
         EXPECT_EQ(closed.status, 1);
         EXPECT_THAT(closed.err, HasSubstr("Bad file descriptor"));
-        // A lister behind which nobody reads ends as such programs do, by the signal.
+        // A program of text behind which nobody reads ends as such programs do, by the signal.
         EXPECT_EQ(run(words, "", Output::pipe_without_reader).status,
-                  words[0] == "velorix-info" ? 1000 + SIGPIPE : 1);
+                  words[0] == "velorix" ? 1 : 1000 + SIGPIPE);
     }
 }
 

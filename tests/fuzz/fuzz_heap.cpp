@@ -31,6 +31,19 @@ void query(const Velorix& grid) {
     }
 }
 
+// What passes the check is what its name says.
+void check(const Velorix& grid, const velorix_fuzz::Lines& lines) {
+    const int before = lines.number();
+    const int result = velorix_check_times(&grid);
+    require(lines.number() == before + (result == 0 ? 0 : 1));
+    double p_low = 0, p_high = 0, s_low = 0, s_high = 0;
+    velorix_get_minmax_ttimes(&grid, &p_low, &p_high, &s_low, &s_high);
+    if (result == 0 && grid.ttsize > 0) {
+        require(!grid.P_times || (p_low >= 0 && p_high <= 3600));
+        require(!grid.S_times || (s_low >= 0 && s_high <= 3600));
+    }
+}
+
 void scan(Velorix& grid) {
     const velorix_test::Search search(grid);
     if (!search.sp || velorix_setup_search(search.sp) != 0) return;
@@ -65,6 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (int i = 0; i < maxtbl(grids); ++i) {
         auto* grid = static_cast<Velorix*>(gettbl(grids, i));
         query(*grid);
+        check(*grid, lines);
         scan(*grid);
     }
     freetbl(grids, velorix_release);

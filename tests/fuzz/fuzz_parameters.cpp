@@ -47,11 +47,32 @@ void walk(Pf* pf, int depth) {
     freetbl(keys, nullptr);
 }
 
+std::string shown(const SearchParams* sp) {
+    char* text = velorix_show_search(sp, nullptr);
+    require(text != nullptr);
+    std::string copy = text;
+    std::free(text);
+    return copy;
+}
+
+// What is accepted, shown and read again is shown as the same.
+void show(const SearchParams* sp, Velorix& grid) {
+    const std::string text = shown(sp);
+    Pf* pf = nullptr;
+    require(pfparse(text.c_str(), "shown", &pf) == 0);
+    {
+        const velorix_test::Search again(grid);
+        require(velorix_search_from_pf(again.sp, pf) == 0 && shown(again.sp) == text);
+    }
+    pffree(pf);
+}
+
 void search(Pf* pf) {
     const velorix_fuzz::Lines lines;
     static velorix_test::TinyGrid grid(velorix_test::ring_of_stations(5));
     const velorix_test::Search search(grid.grid);
     if (velorix_search_from_pf(search.sp, pf) != 0) return require(lines.number() > 0);
+    show(search.sp, grid.grid);
     if (search->number_threads > 2) return;
     require(velorix_setup_search(search.sp) == 0 || lines.number() > 0);
 }

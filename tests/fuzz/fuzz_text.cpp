@@ -3,9 +3,12 @@
 #include <string>
 
 #include "fuzz.h"
+#include "platform/elog/printable.h"
 #include "platform/strmatch/strmatches.h"
 #include "platform/timeconv/timeconv.h"
-#include "text.h"
+#include "support/csv_line.h"
+#include "support/text_values.h"
+#include "support/times.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using velorix_fuzz::require;
@@ -18,6 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (const auto value = velorix::assoc::epoch(whole)) require(std::isfinite(*value));
     if (const auto value = velorix::assoc::number(whole)) require(std::isfinite(*value));
     velorix::assoc::split_csv(whole, ',');
+    const std::string shown = velorix::printable(whole);
+    for (const unsigned char c : shown) require(c >= 0x20 && c != 0x7f);
 
     const size_t end = std::min(whole.find('\n'), whole.size());
     const std::string pattern = whole.substr(0, end);
