@@ -6,7 +6,7 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
+.PHONY: bench-follow deliveries all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
         deb deb-test docs clean
 
 all: configure
@@ -21,6 +21,8 @@ help:
 	@echo 'make threads         build with the thread sanitizer, then run the tests that run threads'
 	@echo 'make soak            10,000 scans and 200 grids in one process'
 	@echo 'make bench           build, then run every benchmark program'
+	@echo 'make bench-follow    how soon events of a stream are announced (GRID=file PICKS=file)'
+	@echo 'make deliveries      final events under random deliveries and starts (GRID=file PICKS=file)'
 	@echo 'make accuracy        build, then compare travel times with reference tables (REFERENCE=folder)'
 	@echo 'make fuzz            build with clang, then fuzz every reader for FUZZ_S=$(FUZZ_S) seconds each'
 	@echo 'make coverage        run every test, then list the lines of lib and platform that none reaches'
@@ -62,6 +64,21 @@ demo-global: programs
 
 bench: all
 	@sh benchmarks/run.sh $(BUILD)
+
+# Without GRID and PICKS: the half hour of the examples, whose past is short.
+EXAMPLE_GRID = $(BUILD)/italy.vxg
+$(EXAMPLE_GRID): programs
+	@cd examples/assoc && ../../$(BUILD)/bin/velorix stations.txt > ../../$@ 2> ../../$@.log
+GRID ?= $(EXAMPLE_GRID)
+PICKS ?= examples/assoc/picks.csv
+bench-follow: $(GRID)
+	@cmake --build $(BUILD) -j $(JOBS) --target follow_delay
+	@$(BUILD)/bin/follow_delay $(GRID) $(PICKS)
+
+HISTORY ?= 600
+deliveries: $(GRID)
+	@cmake --build $(BUILD) -j $(JOBS) --target deliveries
+	@$(BUILD)/bin/deliveries $(GRID) $(PICKS) 200 50 $(HISTORY)
 
 # REFERENCE: a folder of reference tables; models they name beyond the built-in ones are found there
 # or in VELORIX_MODELPATH.

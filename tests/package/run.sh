@@ -36,9 +36,23 @@ for page in velorix.1 velorix-info.1 velorix-assoc.1 velorix-grid.5 velorix.toml
 done
 echo "man pages: found"
 
+# The pages with their pictures; what they link to of the source alone is not asked for.
+doc=$prefix/share/doc/velorix
+for page in README.md CHANGELOG.md $(cd "$here/../.." && ls docs/*.md); do
+    [ -s "$doc/$page" ] || { echo "no page $page"; exit 1; }
+    for link in $(grep -oE '\]\([^)#:]+[)#]' "$doc/$page" | sed 's/^](//; s/.$//' |
+            grep -E '\.png$|^docs/|^[a-z_]*\.md$'); do
+        [ -e "$(dirname "$doc/$page")/$link" ] || { echo "$page: no $link"; exit 1; }
+    done
+done
+echo "pages: found"
+
 libdir=$(dirname "$(find "$prefix" -name libvelorix.a)")
 cflags="-I$prefix/include/velorix"
 "$cc" -std=c11 "$cflags" "$prefix/share/velorix/examples/read_grid.c" -o "$work/read_grid" -L"$libdir" \
     -lvelorix
 LD_LIBRARY_PATH=$libdir "$work/read_grid" "$work/out/italy.vxg" ARRO 0
-sh "$here/../consumer/build_against.sh" "$prefix" "$cc" "$cxx"
+ASSOCIATE_ARGUMENTS="$work/out/italy.vxg $prefix/share/velorix/examples/assoc/picks.csv" \
+    sh "$here/../consumer/build_against.sh" "$prefix" "$cc" "$cxx" > "$work/built"
+cat "$work/built"
+grep -q "associator.*: $events\$" "$work/built" || { echo "the library finds other events"; exit 1; }
