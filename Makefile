@@ -6,7 +6,7 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: bench-follow deliveries all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
+.PHONY: bench-follow deliveries mutants all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
         deb deb-test docs clean
 
 all: configure
@@ -19,6 +19,7 @@ help:
 	@echo 'make demo-global     the same with the global source set, with time and memory'
 	@echo 'make test            build, then run every test (PRESET=asan or tsan: with sanitizers)'
 	@echo 'make threads         build with the thread sanitizer, then run the tests that run threads'
+	@echo 'make mutants         change the code, one place at a time, and see whether the tests notice (AREA=lib; hours)'
 	@echo 'make soak            10,000 scans and 200 grids in one process'
 	@echo 'make bench           build, then run every benchmark program'
 	@echo 'make bench-follow    how soon events of a stream are announced (GRID=file PICKS=file)'
@@ -48,6 +49,13 @@ threads: deps
 	@cmake --preset tsan -DVELORIX_WERROR=$(WERROR) > /dev/null
 	@cmake --build --preset tsan -j $(JOBS) --target threaded_tests
 	@ctest --preset tsan -j $(JOBS) -L threads
+
+# Hours: see docs/quality.md.
+AREA ?= assoc
+COUNT ?= 100
+SEED ?= 2026
+mutants: deps
+	@python3 tools/mutants/mutants.py $(AREA) $(COUNT) $(SEED) build/mutants/$(AREA)
 
 soak: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target soak
