@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "platform/containers/owners.h"
 #include "platform/db/internal.h"
 #include "platform/elog/elog.h"
 
@@ -15,10 +16,6 @@ namespace fs = std::filesystem;
 constexpr const char* kSiteEnding = ".site";
 // Larger than any station list of the world; anything beyond was named by mistake.
 constexpr uintmax_t kLargestFile = uintmax_t{256} << 20;
-
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
 
 bool is_regular(const std::string& path) {
     std::error_code error;
@@ -90,7 +87,7 @@ bool looks_like_fdsn(std::string_view text) {
 }
 
 std::optional<std::string> head(const std::string& path) {
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+    const velorix::Owned<FILE, std::fclose> file(std::fopen(path.c_str(), "rb"));
     if (!file) {
         elog_log(1, "dbopen: cannot open %s\n", path.c_str());
         return std::nullopt;
@@ -148,7 +145,7 @@ std::optional<std::string> read_text(const std::string& path) {
                  size, kLargestFile);
         return std::nullopt;
     }
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+    const velorix::Owned<FILE, std::fclose> file(std::fopen(path.c_str(), "rb"));
     if (error || !file) {
         elog_log(1, "dblookup: cannot open %s\n", path.c_str());
         return std::nullopt;

@@ -8,12 +8,11 @@
 #include <memory>
 #include <string>
 
+#include "platform/containers/owners.h"
+
 namespace velorix::db {
 
-struct CloseStatement {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, CloseStatement>;
+using Statement = Owned<sqlite3_stmt, sqlite3_finalize>;
 
 /// While it lives, SQLite takes no more than so many bytes beyond what it holds already; a lower
 /// limit of the program stays. The limit is the process's: tables are read by one thread at a time.

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 
 namespace {
 
@@ -126,14 +127,12 @@ void copy_code(char* to, std::string_view code) {
 
 extern "C" int seednet_load(const char* path) {
     if (!path) return elog_log(0, "seednet_load: no file name.\n"), -1;
-    try {
+    return velorix::guarded("seednet_load", -1, [&] {
         Registrations table = registrations();
         const int count = read_table(path, table);
         if (count >= 0) registrations().swap(table);
         return count;
-    } catch (const std::exception&) {
-        return elog_log(1, "seednet_load: malloc() error.\n"), -1;
-    }
+    });
 }
 
 extern "C" void seednet_clear(void) { registrations().clear(); }

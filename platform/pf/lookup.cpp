@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/containers/owners.h"
 #include "platform/elog/elog.h"
 #include "platform/pf/tree.h"
 #include "platform/share/share.h"
@@ -21,10 +22,6 @@ using velorix::pf::parse;
 
 // A parameter file is written by a person; anything larger was named by mistake.
 constexpr size_t kLargestFile = size_t{16} << 20;
-
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
 
 // One that cannot be looked at for an odd reason counts: another file must not take its place.
 bool is_file(const std::string& path) {
@@ -72,7 +69,7 @@ bool is_readable_kind(const std::string& path) {
 
 std::optional<std::string> contents(const std::string& path) {
     if (!is_readable_kind(path)) return std::nullopt;
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+    const velorix::Owned<FILE, std::fclose> file(std::fopen(path.c_str(), "rb"));
     if (!file) {
         elog_log(1, "pfread: cannot open %s\n", path.c_str());
         return std::nullopt;

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/containers/owners.h"
 #include "platform/pf/pf.h"
 
 namespace velorix::pf {
@@ -17,10 +18,6 @@ enum class Kind { table, array, string, integer, real, boolean, time };
 struct Place {
     unsigned line = 0;  // 0: not from a file
     unsigned column = 0;
-};
-
-struct ArrFree {
-    void operator()(Arr* arr) const { freearr(arr, nullptr); }
 };
 
 /// "file:line:column", or the file alone for what a program has set.
@@ -50,7 +47,7 @@ struct Pf {
     bool boolean = false;
     std::vector<std::unique_ptr<Pf>> items;               // of an array
     std::map<std::string, std::unique_ptr<Pf>> children;  // of a table
-    std::unique_ptr<Arr, velorix::pf::ArrFree> keys;      // of a table, made when asked for
+    velorix::OwnedArr keys;                               // of a table, made when asked for
 
     std::string name;  // key in the parent
     const Pf* parent = nullptr;

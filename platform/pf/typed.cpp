@@ -9,19 +9,13 @@
 #include <string>
 #include <string_view>
 
+#include "platform/containers/owners.h"
 #include "platform/elog/elog.h"
 #include "platform/pf/tree.h"
 
 namespace {
 
 using velorix::pf::Kind;
-
-struct FreeText {
-    void operator()(char* text) const { std::free(text); }
-};
-struct FreeList {
-    void operator()(Tbl* list) const { freetbl(list, std::free); }
-};
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n\v\f";
@@ -87,7 +81,7 @@ char* duplicate(std::string_view text) {
 }
 
 void append(Tbl* list, std::string_view text) {
-    std::unique_ptr<char, FreeText> entry(duplicate(text));
+    velorix::OwnedText entry(duplicate(text));
     if (settbl(list, -1, entry.get()) < 0) throw std::bad_alloc();
     entry.release();
 }
@@ -107,8 +101,8 @@ bool is_c_string(const Pf& node) {
 }
 
 // The list, or null when the node holds something else.
-std::unique_ptr<Tbl, FreeList> as_list(const Pf& node) {
-    std::unique_ptr<Tbl, FreeList> list(newtbl(static_cast<int>(node.items.size())));
+velorix::OwnedTexts as_list(const Pf& node) {
+    velorix::OwnedTexts list(newtbl(static_cast<int>(node.items.size())));
     if (!list) throw std::bad_alloc();
     if (node.kind == Kind::string && is_c_string(node)) {
         append_lines(list.get(), node.text);

@@ -8,25 +8,19 @@
 #include <new>
 #include <string>
 
+#include "platform/containers/owners.h"
 #include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 
 namespace {
 
-template <auto release>
-struct Released {
-    template <class T>
-    void operator()(T* held) const {
-        release(held);
-    }
-};
-template <class T, auto release>
-using Held = std::unique_ptr<T, Released<release>>;
+using velorix::Owned;
 
 struct Compiled {
     std::string pattern;
-    Held<pcre2_match_context, pcre2_match_context_free> limits;
-    Held<pcre2_code, pcre2_code_free> code;
-    Held<pcre2_match_data, pcre2_match_data_free> found;
+    Owned<pcre2_match_context, pcre2_match_context_free> limits;
+    Owned<pcre2_code, pcre2_code_free> code;
+    Owned<pcre2_match_data, pcre2_match_data_free> found;
 };
 
 void release_compiled(void* state) { delete static_cast<Compiled*>(state); }
@@ -59,9 +53,9 @@ T* require(T* held) {
 std::unique_ptr<Compiled> compile(const char* pattern) {
     auto compiled = std::make_unique<Compiled>();
     compiled->pattern = pattern;
-    const Held<pcre2_general_context, pcre2_general_context_free> memory(
+    const Owned<pcre2_general_context, pcre2_general_context_free> memory(
         require(pcre2_general_context_create(allocate, release, nullptr)));
-    const Held<pcre2_compile_context, pcre2_compile_context_free> context(
+    const Owned<pcre2_compile_context, pcre2_compile_context_free> context(
         require(pcre2_compile_context_create(memory.get())));
     compiled->limits.reset(require(pcre2_match_context_create(memory.get())));
     pcre2_set_match_limit(compiled->limits.get(), kMostSteps);
@@ -110,11 +104,9 @@ int match_keeping(const char* text, const char* pattern, Hook** hook) {
 
 extern "C" int strmatches(const char* text, const char* pattern, Hook** hook) {
     if (!text || !pattern) return elog_log(0, "strmatches: no text or no pattern.\n"), -1;
-    try {
+    return velorix::guarded("strmatches", -1, [&] {
         if (hook) return match_keeping(text, pattern, hook);
         const auto compiled = compile(pattern);
         return compiled ? match(*compiled, text) : -1;
-    } catch (const std::bad_alloc&) {
-        return elog_log(1, "strmatches: malloc() error.\n"), -1;
-    }
+    });
 }

@@ -10,6 +10,7 @@
 #include "mapped_files.h"
 #include "no_memory.h"
 #include "options.h"
+#include "platform/containers/owners.h"
 #include "platform/elog/elog.h"
 #include "report.h"
 #include "rows.h"
@@ -115,17 +116,13 @@ std::unique_ptr<Output> make_output(const Options& options) {
     return std::make_unique<TextOutput>();
 }
 
-struct FreeGrids {
-    void operator()(Tbl* grids) const { freetbl(grids, velorix_release); }
-};
-
 bool show_file(const std::string& file, Output& output) {
     Tbl* read = nullptr;
     if (velorix_read_file(file.c_str(), &read) < 0) {
         elog_complain(0, "velorix_read_file(%s) error.\n", file.c_str());
         return false;
     }
-    const std::unique_ptr<Tbl, FreeGrids> grids(read);
+    const std::unique_ptr<Tbl, EndContainer<velorix_release>> grids(read);
     bool good = true;
     for (int i = 0; i < maxtbl(grids.get()); ++i) {
         good &= output.grid(file, *static_cast<const Velorix*>(gettbl(grids.get(), i)));

@@ -3,6 +3,7 @@
 #include <span>
 
 #include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 #include "support/grid_view.h"
 #include "support/table_place.h"
 #include "support/text.h"
@@ -54,9 +55,6 @@ bool check(const Velorix& grid) {
 }  // namespace velorix
 
 extern "C" int velorix_check_times(const Velorix* grid) {
-    try {
-        return velorix::check(*grid) ? 0 : -1;
-    } catch (const std::bad_alloc&) {
-        return elog_log(1, "velorix_check_times: malloc() error.\n"), -1;
-    }
+    return velorix::guarded("velorix_check_times", -1,
+                            [&] { return velorix::check(*grid) ? 0 : -1; });
 }

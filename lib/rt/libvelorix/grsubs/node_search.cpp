@@ -1,24 +1,8 @@
 #include "grsubs/node_search.h"
 
-#include <new>
-
 #include "grsubs/search_scratch.h"
 
 namespace velorix {
-namespace {
-
-bool list_stations(Tbl* stao_tbl, std::vector<StationObs*>& stations) try {
-    stations.clear();
-    for (int i = 0, n = maxtbl(stao_tbl); i < n; ++i) {
-        stations.push_back(static_cast<StationObs*>(gettbl(stao_tbl, i)));
-    }
-    return true;
-} catch (const std::bad_alloc&) {
-    return false;
-}
-
-}  // namespace
-
 NodeSearch::NodeSearch(SearchParams& sp, SearchThread& thread, int32_t thread_index, Tbl* stao_tbl)
     : sp_(sp), thread_index_(thread_index), stao_tbl_(stao_tbl), scratch_(scratch_of(thread)) {
     if (!scratch_ || !list_stations(stao_tbl, scratch_->stations)) return;

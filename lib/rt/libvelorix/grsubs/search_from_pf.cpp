@@ -10,6 +10,7 @@
 #include "grsubs/search_keys.h"
 #include "grsubs/search_params.h"
 #include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 #include "platform/pf/pf.h"
 
 namespace velorix {
@@ -270,9 +271,6 @@ extern "C" int velorix_search_from_pf(SearchParams* sp, Pf* pf) {
     if (!sp || !sp->owned) {
         return elog_log(0, "velorix_search_from_pf: not from velorix_new_search.\n"), -1;
     }
-    try {
-        return velorix::Reader(*sp, pf).read() ? 0 : -1;
-    } catch (const std::exception&) {
-        return elog_log(1, "velorix_search_from_pf: malloc() error.\n"), -1;
-    }
+    return velorix::guarded("velorix_search_from_pf", -1,
+                            [&] { return velorix::Reader(*sp, pf).read() ? 0 : -1; });
 }

@@ -6,6 +6,7 @@
 
 #include "grsubs/search_params.h"
 #include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 
 SearchOwned::~SearchOwned() {
     release_patterns();
@@ -100,28 +101,22 @@ int setup(SearchParams& sp) {
 
 extern "C" SearchParams* velorix_new_search(Velorix* grid) {
     if (!grid) return elog_log(0, "velorix_new_search: no grid.\n"), nullptr;
-    try {
+    return velorix::guarded("velorix_new_search", static_cast<SearchParams*>(nullptr), [&] {
         auto owned = std::make_unique<SearchOwned>();  // its members allocate as well
         auto* sp = static_cast<SearchParams*>(std::calloc(1, sizeof(SearchParams)));
         if (!sp) throw std::bad_alloc();
         sp->owned = owned.release();
         velorix::set_defaults(*sp, grid);
         return sp;
-    } catch (const std::bad_alloc&) {
-        return elog_log(1, "velorix_new_search: malloc() error.\n"), nullptr;
-    }
+    });
 }
 
 extern "C" int velorix_setup_search(SearchParams* sp) {
     if (!sp || !sp->owned) {
         return elog_log(0, "velorix_setup_search: not from velorix_new_search.\n"), -1;
     }
-    int result = -1;
-    try {
-        result = velorix::setup(*sp);
-    } catch (const std::exception&) {
-        elog_log(1, "velorix_setup_search: malloc() error.\n");
-    }
+    const int result =
+        velorix::guarded("velorix_setup_search", -1, [&] { return velorix::setup(*sp); });
     if (result < 0 && sp->owned->threads_made == 0) velorix::release_workers(*sp);
     return result;
 }

@@ -7,7 +7,7 @@
 
 #include "grsubs/internal.h"
 #include "grsubs/search_keys.h"
-#include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 #include "platform/pf/show.h"
 
 namespace velorix {
@@ -116,12 +116,9 @@ std::string show(const SearchParams& sp, const char* name) {
 }  // namespace velorix
 
 extern "C" char* velorix_show_search(const SearchParams* sp, const char* key) {
-    try {
+    return velorix::guarded("velorix_show_search", static_cast<char*>(nullptr), [&] {
         char* text = sp ? strdup(velorix::show(*sp, key).c_str()) : nullptr;
-        if (text) return text;
-    } catch (const std::exception&) {
-        // as when strdup fails
-    }
-    elog_log(1, "velorix_show_search: malloc() error.\n");
-    return nullptr;
+        if (!text) throw std::bad_alloc();
+        return text;
+    });
 }

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/containers/owners.h"
 #include "platform/elog/elog.h"
 #include "support/c_array.h"
 #include "support/scan_number.h"
@@ -24,13 +25,7 @@ constexpr int kMostPoints = INT32_MAX / static_cast<int>(sizeof(Source));
 // A device may never end; what a pipe brings stays far below it. 320 MB of points.
 constexpr int kMostStreamed = 10'000'000;
 
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-struct FreeCoords {
-    void operator()(Coords* coords) const { coords_free(coords); }
-};
-using CoordsPtr = std::unique_ptr<Coords, FreeCoords>;
+using CoordsPtr = velorix::Owned<Coords, coords_free>;
 
 struct Column {
     const char* name;
@@ -136,7 +131,7 @@ extern "C" int read_coords(const char* filename, Coords** grid, double depth) {
     *grid = nullptr;
     CoordsPtr coords = new_coords();
     if (!coords) return -1;
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(filename, "r"));
+    const velorix::Owned<FILE, std::fclose> file(std::fopen(filename, "r"));
     if (!file) {
         elog_log(1, "read_coords: fopen(%s) error.\n", filename);
         return -1;

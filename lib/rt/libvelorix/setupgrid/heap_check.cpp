@@ -7,15 +7,12 @@
 #include <memory>
 #include <new>
 
+#include "platform/containers/owners.h"
 #include "platform/elog/elog.h"
 #include "support/grid_view.h"
 
 namespace velorix {
 namespace {
-
-struct FreeMap {
-    void operator()(Arr* map) const { freearr(map, nullptr); }
-};
 
 // Logs what is wrong at a byte of the heap; false always.
 __attribute__((format(printf, 3, 4))) bool fault(const HeapPlace& place, uint64_t byte,
@@ -194,7 +191,7 @@ bool read_header(const char* heap, uint64_t available, const HeapPlace& place, V
 }
 
 bool check_contents(const Velorix& grid, const char* heap, const HeapPlace& place, Arr** map) {
-    std::unique_ptr<Arr, FreeMap> codes(newarr(nullptr));
+    OwnedArr codes(newarr(nullptr));
     if (!codes) throw std::bad_alloc();
     if (!check_stations(grid, heap, place, codes.get()) || !check_positions(grid, heap, place) ||
         !check_offsets(grid, heap, place)) {

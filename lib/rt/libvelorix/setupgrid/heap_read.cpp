@@ -10,7 +10,9 @@
 #include <new>
 #include <string>
 
+#include "platform/containers/owners.h"
 #include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 #include "setupgrid/heap_check.h"
 #include "setupgrid/owned_grid.h"
 #include "support/c_array.h"
@@ -24,14 +26,8 @@ struct CloseDescriptor {
         if (descriptor > STDERR_FILENO) close(descriptor);
     }
 };
-struct ReleaseGrids {
-    void operator()(Tbl* grids) const { freetbl(grids, velorix_release); }
-};
-using Grids = std::unique_ptr<Tbl, ReleaseGrids>;
-struct ReleaseGrid {
-    void operator()(OwnedGrid* grid) const { velorix_free(grid); }
-};
-using GridPtr = std::unique_ptr<OwnedGrid, ReleaseGrid>;
+using Grids = std::unique_ptr<Tbl, EndContainer<velorix_release>>;
+using GridPtr = Owned<OwnedGrid, velorix_free>;
 
 /// Bytes of a file, mapped or read; released with the last grid that points into them.
 class FileBytes : public Backing {
@@ -188,24 +184,17 @@ int read_all(char* bytes, uint64_t nbytes, HeapPlace place, const std::shared_pt
     return maxtbl(*grids);
 }
 
-int out_of_memory(const char* who) {
-    elog_log(1, "%s: malloc() error.\n", who);
-    return -1;
-}
-
 }  // namespace
 }  // namespace velorix
 
 extern "C" int velorix_read_file(const char* path, Tbl** grids) {
     *grids = nullptr;
-    try {
+    constexpr const char* who = "velorix_read_file";
+    return velorix::guarded(who, -1, [&] {
         const auto bytes = velorix::bytes_of(path);
         if (!bytes) return -1;
-        return velorix::read_all(bytes->bytes(), bytes->size(), {"velorix_read_file", path, 0},
-                                 bytes, grids);
-    } catch (const std::bad_alloc&) {
-        return velorix::out_of_memory("velorix_read_file");
-    }
+        return velorix::read_all(bytes->bytes(), bytes->size(), {who, path, 0}, bytes, grids);
+    });
 }
 
 extern "C" int velorix_read_buffer(void* buffer, uint64_t nbytes, const char* label, Tbl** grids) {
@@ -214,11 +203,9 @@ extern "C" int velorix_read_buffer(void* buffer, uint64_t nbytes, const char* la
         elog_log(0, "velorix_read_buffer: %s: the buffer is not aligned to 8 bytes.\n", label);
         return -1;
     }
-    try {
-        return velorix::read_all(static_cast<char*>(buffer), nbytes,
-                                 {"velorix_read_buffer", label, 0},
+    constexpr const char* who = "velorix_read_buffer";
+    return velorix::guarded(who, -1, [&] {
+        return velorix::read_all(static_cast<char*>(buffer), nbytes, {who, label, 0},
                                  std::make_shared<velorix::CallersBytes>(), grids);
-    } catch (const std::bad_alloc&) {
-        return velorix::out_of_memory("velorix_read_buffer");
-    }
+    });
 }

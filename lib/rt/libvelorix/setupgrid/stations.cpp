@@ -4,8 +4,10 @@
 #include <memory>
 #include <new>
 
+#include "platform/containers/owners.h"
 #include "platform/db/db.h"
 #include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 #include "platform/timeconv/timeconv.h"
 #include "setupgrid/builder_params.h"
 #include "setupgrid/station_choice.h"
@@ -16,11 +18,6 @@ namespace velorix {
 namespace {
 
 constexpr size_t kLongestCode = sizeof(Station::sta) - 1;
-
-struct FreeList {
-    void operator()(Tbl* list) const { freetbl(list, std::free); }
-};
-using List = std::unique_ptr<Tbl, FreeList>;
 
 struct CloseDatabase {
     Dbptr db;
@@ -104,7 +101,7 @@ bool setup(Velorix& grid, const char* dbname, Pf* pf) {
         elog_log(0, "velorix_setup_stations: parse_param(stations) error.\n");
         return false;
     }
-    const List list(names);
+    const OwnedTexts list(names);
 
     CloseDatabase database{};
     if (dbopen(dbname, "r", &database.db) == dbINVALID) {
@@ -129,10 +126,6 @@ bool setup(Velorix& grid, const char* dbname, Pf* pf) {
 }  // namespace velorix
 
 extern "C" int velorix_setup_stations(Velorix* grid, const char* dbname, Pf* pf) {
-    try {
-        return velorix::setup(*grid, dbname, pf) ? 0 : -1;
-    } catch (const std::bad_alloc&) {
-        elog_log(1, "velorix_setup_stations: malloc() error.\n");
-        return -1;
-    }
+    return velorix::guarded("velorix_setup_stations", -1,
+                            [&] { return velorix::setup(*grid, dbname, pf) ? 0 : -1; });
 }

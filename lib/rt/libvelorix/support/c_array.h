@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include "platform/containers/owners.h"
+
 namespace velorix {
 
 // The one place where such memory comes from. Both stand alone in a source file, so that a test
@@ -15,12 +17,8 @@ void* c_allocate(size_t bytes);
 /// realloc(): on failure null, and the old block stays as it was.
 void* c_reallocate(void* block, size_t bytes);
 
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
-
 template <class T>
-using CArray = std::unique_ptr<T[], Free>;
+using CArray = std::unique_ptr<T[], EndWith<std::free>>;
 
 /// `count` zeroed elements, or null when memory fails. Never null for a count of 0.
 /// REQUIRES: count * sizeof(T) fits a size_t.

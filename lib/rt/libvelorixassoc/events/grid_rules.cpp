@@ -10,16 +10,12 @@
 #include <utility>
 
 #include "../support/say.h"
+#include "platform/containers/owners.h"
 #include "platform/pf/pf.h"
 #include "platform/pf/show.h"
 
 namespace velorix::assoc {
 namespace {
-
-struct FreeText {
-    void operator()(char* text) const { free(text); }
-};
-using CText = std::unique_ptr<char, FreeText>;
 
 template <class T>
 struct Key {
@@ -134,7 +130,7 @@ std::string show_grid_rules(const std::string& name, const SearchParams& sp,
     const SearchKey* key = nullptr;
     for (int i = 0; (key = velorix_search_key(i)); ++i) {
         if (!heeded(*key)) continue;
-        const CText shown(velorix_show_search(&sp, key->name));
+        const OwnedText shown(velorix_show_search(&sp, key->name));
         if (!shown) throw std::bad_alloc();
         out += shown.get();
     }

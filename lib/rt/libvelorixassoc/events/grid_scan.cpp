@@ -12,13 +12,7 @@
 namespace velorix::assoc {
 namespace {
 
-struct FreeList {
-    void operator()(Tbl* list) const { freetbl(list, nullptr); }
-};
-struct FreeStations {
-    void operator()(Arr* map) const { velorix_free_staobs_arr(map); }
-};
-using List = std::unique_ptr<Tbl, FreeList>;
+using List = OwnedTbl;
 
 // The engine's records of the picks. `arid` carries a pick's place in the list.
 List records_of(const SearchGrid& grid, size_t number, std::span<Waiting* const> picks) {
@@ -123,7 +117,7 @@ bool scan_grid(std::span<SearchGrid> grids, size_t number, std::span<Waiting* co
     const List list = records_of(grid, number, picks);
     Arr* map = nullptr;
     if (!list || velorix_fill_staobs_tbl(list.get(), &map, 0, 0) != 0) return false;
-    const std::unique_ptr<Arr, FreeStations> owned(map);
+    const Owned<Arr, velorix_free_staobs_arr> owned(map);
     Tbl* table = nullptr;
     const int count = velorix_setup_staobs(map, sp, &table);
     const List stations(table);

@@ -9,6 +9,7 @@
 #include "grid_rules.h"
 #include "grid_times.h"
 #include "pick_store.h"
+#include "platform/containers/owners.h"
 
 namespace velorix::assoc {
 
@@ -22,10 +23,6 @@ struct StationRule {
     double join_limit(char phase) const { return phase == 'S' ? s_join : p_join; }
 };
 
-struct FreeSearch {
-    void operator()(SearchParams* sp) const { velorix_free_search(sp); }
-};
-
 struct SearchGrid {
     SearchGrid(const Velorix* record, std::string grid_name)
         : name(std::move(grid_name)), times(record) {}
@@ -33,7 +30,7 @@ struct SearchGrid {
     std::string name;
     GridTimes times;
     GridRules rules;
-    std::unique_ptr<SearchParams, FreeSearch> search;
+    velorix::Owned<SearchParams, velorix_free_search> search;
     std::vector<StationRule> station_rules;  ///< by number
     double min_p = 0.0;                      ///< shortest travel time in the grid, s
 
@@ -47,16 +44,10 @@ struct SearchGrid {
 
 /// The grids of a set and what they were read from.
 struct GridSet::Owned {
-    struct ReleaseGrids {
-        void operator()(Tbl* list) const { freetbl(list, velorix_release); }
-    };
-    struct FreeArr {
-        void operator()(Arr* arr) const { freearr(arr, nullptr); }
-    };
-    std::vector<std::unique_ptr<Tbl, ReleaseGrids>> files;
+    std::vector<std::unique_ptr<Tbl, EndContainer<velorix_release>>> files;
     std::vector<SearchGrid> grids;
     /// SearchParams by grid name.
-    std::unique_ptr<Arr, FreeArr> by_name;
+    OwnedArr by_name;
 };
 
 /// Gives a pick its role on every grid. `labels` is not automatic.
