@@ -5,25 +5,12 @@
 
 #include "grsubs/candidates.h"
 #include "grsubs/search_scratch.h"
+#include "grsubs/weighted_variance.h"
 #include "platform/elog/elog.h"
 #include "velorix_pvt.h"
 
 namespace velorix {
 namespace {
-
-// The table's entries as an array. False after a logged line.
-bool list_stations(Tbl* stao_tbl, std::vector<StationObs*>& stations) {
-    try {
-        const int count = maxtbl(stao_tbl);
-        stations.resize(static_cast<size_t>(count));
-        for (int i = 0; i < count; ++i) {
-            stations[size_t(i)] = static_cast<StationObs*>(gettbl(stao_tbl, i));
-        }
-        return true;
-    } catch (const std::bad_alloc&) {
-        return elog_log(1, "velorix_node_backproj: malloc() error.\n"), false;
-    }
-}
 
 void clear_marks(const std::vector<StationObs*>& stations) {
     for (StationObs* station : stations) {
@@ -32,33 +19,9 @@ void clear_marks(const std::vector<StationObs*>& stations) {
     }
 }
 
-// Weighted mean and variance of the members about the cluster's first value.
-struct MemberSums {
-    double w = 0;
-    double w2 = 0;
-    double m = 0;
-    double rr = 0;
-
-    void add(double r, double weight) {
-        w += weight;
-        w2 += weight * weight;
-        m += r * weight;
-        rr += r * r * weight;
-    }
-};
-
-void finish(const MemberSums& sums, double* etime, double* std) {
-    *std = 0;
-    if (!(sums.w > 0)) return;
-    const double mean = sums.m / sums.w;
-    const double spread = sums.w * sums.w - sums.w2;
-    *std = spread > 1e-9 ? (sums.rr - mean * mean * sums.w) * sums.w / spread : sums.rr;
-    *std = std::max(*std, 0.0);
-    *etime += mean;
-}
-
+// Marks the observations of a cluster; their mean and variance are taken about its first value.
 void mark_members(SearchThread& thread, int ncandidates, double* etime, double* std) {
-    MemberSums sums;
+    WeightedSums sums;
     const auto& member = thread.scratch->cluster.member;
     for (int k = 0; k < ncandidates; ++k) {
         if (!member[size_t(k)]) {
@@ -68,7 +31,10 @@ void mark_members(SearchThread& thread, int ncandidates, double* etime, double* 
         thread.backproj_staobs_p[k]->used = thread.backproj_ptype[k] == 'P' ? 1 : 2;
         sums.add(thread.backproj_buf[k] - *etime, thread.backproj_wt[k]);
     }
-    finish(sums, etime, std);
+    *std = 0;
+    if (!(sums.w > 0)) return;
+    *std = std::max(weighted_variance(sums, sums.xx), 0.0);
+    *etime += sums.mean();
 }
 
 Candidates candidates_of(const SearchThread& thread, const CandidateCounts& counts) {
@@ -91,7 +57,10 @@ struct NodeScore {
 int score_node(const SearchParams& sp, SearchThread& thread, const Node& node, Tbl* stao_tbl,
                NodeScore& out) {
     SearchScratch* scratch = scratch_of(thread);
-    if (!scratch || !list_stations(stao_tbl, scratch->stations)) return -1;
+    if (!scratch) return -1;
+    if (!list_stations(stao_tbl, scratch->stations)) {
+        return elog_log(1, "velorix_node_backproj: malloc() error.\n"), -1;
+    }
     const NodeTables tables(*sp.velorix, node);
     const int64_t observations = enter_node(tables, scratch->stations);
     const int64_t needed = tables.usable() ? 2 * observations : 0;

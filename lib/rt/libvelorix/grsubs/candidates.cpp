@@ -29,8 +29,7 @@ class Builder {
         // whatever was scored before its node.
         set_node_weights(sp_, station, tables_.distance_entry(station.is));
         if (station.used == 1 || station.nobs <= 0) return;
-        if (sp_.sta_defining_arr && !getarr(sp_.sta_defining_arr, station.sta)) return;
-        add_observations(station);
+        if (defines(sp_, station)) add_observations(station);
     }
     const CandidateCounts& counts() const { return counts_; }
 
@@ -45,18 +44,13 @@ class Builder {
         const int p_group = counts_.groups;
         const int s_group = p_group + (any_p ? 1 : 0);
         bool any_s = false;
-        for (int i = 0; i < station.nobs; ++i) {
-            sta_obs2* obs = station.obs[i];
+        each_candidate(station, try_p, try_s, [&](sta_obs2& obs, bool as_p, bool as_s) {
             const int before = counts_.candidates;
-            if (try_p && obs->useforP) {
-                append(obs, obs->time - p_time, station.p_weight, p_group, 'P');
-            }
-            if (try_s && obs->useforS) {
-                append(obs, obs->time - s_time, station.s_weight, s_group, 'S');
-                any_s = true;
-            }
+            if (as_p) append(&obs, obs.time - p_time, station.p_weight, p_group, 'P');
+            if (as_s) append(&obs, obs.time - s_time, station.s_weight, s_group, 'S');
+            any_s |= as_s;
             if (counts_.candidates > before) ++counts_.subgroups;
-        }
+        });
         counts_.groups = s_group + (any_s ? 1 : 0);
     }
 

@@ -30,5 +30,23 @@ void keep_nearest(const SearchParams& sp, Tbl* stao_tbl, std::span<StationObs*> 
 CandidateCounts build_candidates(const SearchParams& sp, const NodeTables& tables,
                                  std::span<StationObs* const> stations, SearchThread& thread);
 
+/// Whether a station's picks make candidates at all: the defining list, when there is one, names
+/// it.
+inline bool defines(const SearchParams& sp, const StationObs& station) {
+    return !sp.sta_defining_arr || getarr(sp.sta_defining_arr, station.sta);
+}
+
+/// Hands every observation that may be the P or the S of its station to `visit(obs, as_p, as_s)`,
+/// in order; `try_p` and `try_s` say which phases the station is tried as.
+template <class Visit>
+void each_candidate(const StationObs& station, bool try_p, bool try_s, Visit visit) {
+    for (int i = 0; i < station.nobs; ++i) {
+        sta_obs2& obs = *station.obs[i];
+        const bool as_p = try_p && obs.useforP != 0;
+        const bool as_s = try_s && obs.useforS != 0;
+        if (as_p || as_s) visit(obs, as_p, as_s);
+    }
+}
+
 }  // namespace velorix
 #endif

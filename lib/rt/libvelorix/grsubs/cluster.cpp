@@ -6,6 +6,7 @@
 
 #include "grsubs/cluster_bound.h"
 #include "grsubs/cluster_sort.h"
+#include "grsubs/weighted_variance.h"
 #include "platform/elog/elog.h"
 
 namespace velorix {
@@ -51,23 +52,14 @@ void load_sorted(const Candidates& in, ClusterScratch& s) {
     for (int i = 0; i < in.n; ++i) s.weight[size_t(i)] = in.weight[s.sorted[size_t(i)].number];
 }
 
-// Sums over the members of a placement; without weights W is their count.
-struct Sums {
-    double w;
-    double w2;
-    double d;
-    double dd;
-};
-
-double variance_of(const Sums& sums, bool weighted) {
-    double v = sums.dd;
+// Of the members of a placement; without weights their sum is the count.
+double variance_of(const WeightedSums& sums, bool weighted) {
+    double v = sums.xx;
     if (!weighted) {
-        v = sums.dd - sums.d * sums.d / sums.w;
+        v = sums.xx - sums.x * sums.x / sums.w;
         if (sums.w != 1) v /= sums.w - 1;
     } else if (sums.w > 0) {
-        const double mean = sums.d / sums.w;
-        const double spread = sums.w * sums.w - sums.w2;
-        if (spread > 1e-9) v = (sums.dd - mean * mean * sums.w) * sums.w / spread;
+        v = weighted_variance(sums, sums.xx);
     }
     return v < 0 ? 0 : v;  // rounding
 }
@@ -130,15 +122,15 @@ class Search {
         }
     }
 
-    Sums sum_window(int i) {
+    WeightedSums sum_window(int i) {
         const double w0 = weight_of(i);
-        Sums sums{w0, w0 * w0, 0, 0};
+        WeightedSums sums{w0, w0 * w0, 0, 0};
         walk_window(i, [&](int j, double d) {
             const double w = weight_of(j);
             sums.w += w;
             if (kWeighted) sums.w2 += w * w;
-            sums.d += kWeighted ? d * w : d;
-            sums.dd += kWeighted ? d * d * w : d * d;
+            sums.x += kWeighted ? d * w : d;
+            sums.xx += kWeighted ? d * d * w : d * d;
         });
         return sums;
     }
@@ -158,7 +150,7 @@ class Search {
     // The bonus lies in 0 .. 0.9 and rounding keeps order, so the test before the divisions loses
     // nothing.
     bool improve(int i, Cluster& best) {
-        const Sums sums = sum_window(i);
+        const WeightedSums sums = sum_window(i);
         const double p = penalty(i);
         if (kLargestBonus + sums.w - p <= best.score) return false;
         const double v = variance_of(sums, kWeighted);

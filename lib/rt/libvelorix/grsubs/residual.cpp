@@ -4,6 +4,7 @@
 
 #include "grsubs/internal.h"
 #include "grsubs/node_tables.h"
+#include "grsubs/weighted_variance.h"
 
 namespace velorix {
 namespace {
@@ -52,25 +53,14 @@ class Residuals {
 
 /// Weighted mean and unbiased weighted standard deviation of the used observations' residuals.
 void weighted_origin(const Residuals& residuals, double t0, double* etime, double* std) {
-    double w_sum = 0;
-    double w2_sum = 0;
-    double m = 0;
-    double s = 0;
+    WeightedSums sums;
     residuals.each(t0, [&](const StationObs& station, const sta_obs2& obs, double r) {
         if (obs.used == 0) return;
-        const double w = station.p_weight_initial;
-        w_sum += w;
-        w2_sum += w * w;
-        m += r * w;
-        s += r * r * w;
+        sums.add(r, station.p_weight_initial);
     });
-    if (!(w_sum > 0)) return;
-    m /= w_sum;
-    const double spread = w_sum * w_sum - w2_sum;
-    if (spread > 1e-9) {
-        *std = std::sqrt(std::max(s - m * m * w_sum, 0.0) * w_sum / spread);
-    }
-    *etime = t0 + m;
+    if (!(sums.w > 0)) return;
+    *std = std::sqrt(std::max(weighted_variance(sums, 0.0), 0.0));
+    *etime = t0 + sums.mean();
 }
 
 double unweighted_deviation(const Residuals& residuals, double etime) {

@@ -6,6 +6,8 @@
 #include <numeric>
 #include <tuple>
 
+#include "grsubs/candidates.h"
+
 namespace velorix {
 namespace {
 
@@ -33,8 +35,7 @@ bool ScanCandidates::list(const SearchParams& sp, std::span<StationObs* const> s
     nsubgroups = 0;
     for (StationObs* station : stations) {
         if (station->is < 0 || station->is >= sp.velorix->ns) return false;
-        if (sp.sta_defining_arr && !getarr(sp.sta_defining_arr, station->sta)) continue;
-        list_station(sp, *station);
+        if (defines(sp, *station)) list_station(sp, *station);
     }
     return true;
 }
@@ -46,15 +47,11 @@ void ScanCandidates::list_station(const SearchParams& sp, StationObs& station) {
     };
     const bool try_p = counts(station.p_weight_initial);
     const bool try_s = counts(station.s_weight_initial) && sp.try_S != 0;
-    for (int i = 0; i < station.nobs; ++i) {
-        const sta_obs2& obs = *station.obs[i];
-        const bool p = try_p && obs.useforP != 0;
-        const bool s = try_s && obs.useforS != 0;
-        if (!p && !s) continue;
-        if (p) listed_.push_back({obs.time, number, nsubgroups, false});
-        if (s) listed_.push_back({obs.time, number, nsubgroups, true});
+    each_candidate(station, try_p, try_s, [&](const sta_obs2& obs, bool as_p, bool as_s) {
+        if (as_p) listed_.push_back({obs.time, number, nsubgroups, false});
+        if (as_s) listed_.push_back({obs.time, number, nsubgroups, true});
         ++nsubgroups;
-    }
+    });
     const bool any = !listed_.empty() && listed_.back().slot == number;
     if (any) slots.push_back(&station);
 }

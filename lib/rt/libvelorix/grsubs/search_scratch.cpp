@@ -43,6 +43,16 @@ void drop_candidates(SearchThread& thread) {
 
 }  // namespace
 
+bool list_stations(Tbl* stao_tbl, std::vector<StationObs*>& stations) try {
+    stations.clear();
+    for (int i = 0, n = maxtbl(stao_tbl); i < n; ++i) {
+        stations.push_back(static_cast<StationObs*>(gettbl(stao_tbl, i)));
+    }
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
 SearchScratch* scratch_of(SearchThread& thread) {
     if (!thread.scratch) thread.scratch = new (std::nothrow) SearchScratch;
     if (!thread.scratch) elog_log(1, "velorix_node_backproj: malloc() error.\n");

@@ -20,6 +20,9 @@ namespace velorix {
 /// The thread's scratch, made on first use; null after a logged line.
 SearchScratch* scratch_of(SearchThread& thread);
 
+/// The table's entries as an array. False when memory fails.
+bool list_stations(Tbl* stao_tbl, std::vector<StationObs*>& stations);
+
 /// Room for `count` candidates in the thread's six arrays. False after a logged line; the arrays
 /// are then empty.
 bool reserve_candidates(SearchThread& thread, int count);
