@@ -140,7 +140,7 @@ TEST(SlownessGrid, RefusesWhatCannotBeLaidOut) {
                     {{{"minslow", "0.07"}, {"maxslow", "0.05"}}, "No grid nodes to process."},
                     {{{"xmin", "5"}, {"xmax", "6"}}, "No grid nodes to process."},
                     {{{"xmax", "nan"}}, "xmax must be finite (nan)."},
-                    {{{"maxslow", "nan"}}, "maxslow must be finite (nan)."},
+                    {{{"maxslow", "nan"}}, "maxslow must be a number (nan)."},
                     {{{"depth", "inf"}}, "depth must be finite (inf)."},
                     {{{"latr", "-91"}}, "latr must be between -90 and 90 (-91)."},
                     {{{"nx", "2147483647"}, {"ny", "2147483647"}},

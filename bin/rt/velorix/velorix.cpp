@@ -6,6 +6,7 @@
 
 #include "command_line.h"
 #include "no_memory.h"
+#include "platform/containers/owners.h"
 #include "platform/elog/elog.h"
 #include "platform/elog/printable.h"
 #include "progress.h"
@@ -17,20 +18,8 @@ namespace {
 
 using velorix::tool::CommandLine;
 
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
-struct FreeGrid {
-    void operator()(Velorix* grid) const { velorix_free(grid); }
-};
-struct FreePf {
-    void operator()(Pf* pf) const { pffree(pf); }
-};
-struct FreeKeys {
-    void operator()(Tbl* keys) const { freetbl(keys, nullptr); }
-};
-using Text = std::unique_ptr<char, Free>;
-using Grid = std::unique_ptr<Velorix, FreeGrid>;
+using Text = velorix::OwnedText;
+using Grid = velorix::Owned<Velorix, velorix_free>;
 
 /// The heap buffer, reused from grid to grid.
 struct HeapBuffer {
@@ -144,7 +133,7 @@ void make_grid(const char* name, Pf* pf, const CommandLine& line, HeapBuffer& he
 }
 
 void make_grids(Pf* grids, const CommandLine& line) {
-    const std::unique_ptr<Tbl, FreeKeys> names(keysarr(pfarr(grids)));
+    const velorix::OwnedTbl names(keysarr(pfarr(grids)));
     if (!names) elog_die(1, "keysarr(grids) error.\n");
     HeapBuffer heap;
     for (int i = 0; i < maxtbl(names.get()); ++i) {
@@ -167,7 +156,7 @@ int main(int argc, char** argv) {
     if (!line) return 1;
     Pf* read = nullptr;
     if (pfread(line->pfname, &read) < 0) elog_die(0, "pfread(%s) error.\n", line->pfname);
-    const std::unique_ptr<Pf, FreePf> pf(read);
+    const velorix::Owned<Pf, pffree> pf(read);
     constexpr const char* keys[] = {"grids"};
     pf_complain_unknown(pf.get(), "the parameter file", keys, 1);
     Pf* grids = nullptr;

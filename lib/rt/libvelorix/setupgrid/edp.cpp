@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 #include "platform/geodesy/geodesy.h"
 #include "setupgrid/builder_params.h"
 #include "setupgrid/heap_layout.h"
@@ -22,11 +23,9 @@ namespace velorix {
 namespace {
 
 constexpr const char* kWho = "velorix_setup_edp_grid";
-constexpr double kRadiansPerDegree = 0.017453292519943295;
+using Naming = BuilderParams::Naming;
 
-struct FreeList {
-    void operator()(Tbl* list) const { freetbl(list, std::free); }
-};
+constexpr double kRadiansPerDegree = 0.017453292519943295;
 
 /// What the parameters say, before anything is put into the record.
 struct Mesh {
@@ -50,80 +49,14 @@ int64_t Mesh::nodes() const {
     return __builtin_mul_overflow(positions(), nd, &count) ? INT64_MAX : count;
 }
 
-bool bad_key(const char* key) {
-    elog_log(0, "velorix_setup_edp_grid: parse_param(%s) error.\n", key);
-    return false;
-}
-
-bool read_real(Pf* pf, const char* key, bool required, double& value) {
-    if (parse_param(pf, key, PF_DOUBLE, required, &value) < 0) return bad_key(key);
-    if (std::isfinite(value)) return true;
-    elog_log(0, "velorix_setup_edp_grid: %s must be finite (%g).\n", key, value);
-    return false;
-}
-
-bool read_count(Pf* pf, const char* key, int largest, int& value) {
-    if (parse_param(pf, key, PF_INT, 1, &value) < 0) return bad_key(key);
-    if (value >= 1 && value <= largest) return true;
-    elog_log(0, "velorix_setup_edp_grid: %s must be between 1 and %d (%d).\n", key, largest, value);
-    return false;
-}
-
-bool read_text(Pf* pf, const char* key, Text& value) {
-    if (parse_param(pf, key, PF_STRING, 1, out(value)) < 0) return bad_key(key);
-    complain_if_cut(kWho, key, value.get());
-    return true;
-}
-
-bool read_switch(Pf* pf, const char* key, int& value) {
-    if (parse_param(pf, key, PF_BOOLEAN, 0, &value) >= 0) return true;
-    elog_log(0, "velorix_setup_edp_grid: parse_param() error.\n");
-    return false;
-}
-
-bool station_position(const Velorix& grid, const char* code, Mesh& mesh) {
-    if (!grid.sta_arr) {
-        elog_log(0, "velorix_setup_edp_grid: Must setup stations first.\n");
-        return false;
-    }
-    const auto* station = static_cast<const Station*>(getarr(grid.sta_arr, code));
-    if (!station) {
-        elog_log(0, "velorix_setup_edp_grid: Cannot find coordinates for %s.\n", code);
-        return false;
-    }
-    mesh.latr = station->lat;
-    mesh.lonr = station->lon;
-    return true;
-}
-
-bool check_angle(const char* key, double value, double limit) {
-    if (std::fabs(value) <= limit) return true;
-    elog_log(0, "velorix_setup_edp_grid: %s must be between %g and %g (%g).\n", key, -limit, limit,
-             value);
-    return false;
-}
-
-bool read_reference(const Velorix& grid, Pf* pf, Mesh& mesh) {
-    Text refsta;
-    if (parse_param(pf, "refsta", PF_STRING, 0, out(refsta)) < 0) return bad_key("refsta");
-    if (refsta) return station_position(grid, refsta.get(), mesh);
-    return read_real(pf, "latr", true, mesh.latr) && check_angle("latr", mesh.latr, 90.0) &&
-           read_real(pf, "lonr", true, mesh.lonr) && check_angle("lonr", mesh.lonr, 360.0);
-}
-
-// Arcs beyond a full turn lead nowhere new, and their squares may overflow.
-bool read_extent(Pf* pf, const char* key, double& value) {
-    return read_real(pf, key, true, value) && check_angle(key, value, 360.0);
-}
-
-bool read_type(Pf* pf, Mesh& mesh) {
+bool read_type(const BuilderParams& params, Mesh& mesh) {
     Text type;
-    if (parse_param(pf, "type", PF_STRING, 0, out(type)) < 0) return bad_key("type");
+    if (!params.text("type", type, Naming::key, false)) return false;
     if (!type || std::strcmp(type.get(), "3d") == 0)
-        return read_switch(pf, "compute_distances", mesh.wanted.distances);
+        return params.flag("compute_distances", mesh.wanted.distances);
     if (std::strcmp(type.get(), "1d") == 0) {
         mesh.type = VELORIX_TYPE_1D;
-        return read_count(pf, "ndist", kMostDistanceSamples, mesh.ndist);
+        return params.count("ndist", kMostDistanceSamples, mesh.ndist);
     }
     elog_log(0, "velorix_setup_edp_grid: Unrecognized 'type' parameter (%s).\n", type.get());
     return false;
@@ -143,10 +76,10 @@ double depth_of(const char* text) {
     return depth;
 }
 
-bool read_depths(Pf* pf, Mesh& mesh) {
+bool read_depths(const BuilderParams& params, Mesh& mesh) {
     Tbl* entries = nullptr;
-    if (parse_param(pf, "depths", PF_LIST, 1, &entries) < 0) return bad_key("depths");
-    const std::unique_ptr<Tbl, FreeList> list(entries);
+    if (!params.list("depths", entries)) return false;
+    const OwnedTexts list(entries);
     for (int i = 0; i < maxtbl(entries); ++i) {
         const char* text = static_cast<const char*>(gettbl(entries, i));
         const double depth = depth_of(text);
@@ -160,21 +93,18 @@ bool read_depths(Pf* pf, Mesh& mesh) {
     return false;
 }
 
-bool read_mesh(const Velorix& grid, Pf* pf, Mesh& mesh) {
+bool read_mesh(const Velorix& grid, const BuilderParams& params, Mesh& mesh) {
     constexpr int any = INT32_MAX;
-    if (!read_real(pf, "strike", false, mesh.strike) || !read_reference(grid, pf, mesh) ||
-        !read_type(pf, mesh) || !read_count(pf, "nx", any, mesh.nx) ||
-        !read_count(pf, "ny", any, mesh.ny) || !read_extent(pf, "xmin", mesh.xmin) ||
-        !read_extent(pf, "xmax", mesh.xmax) || !read_extent(pf, "ymin", mesh.ymin) ||
-        !read_extent(pf, "ymax", mesh.ymax) || !read_depths(pf, mesh) ||
-        !read_text(pf, "method", mesh.method) || !read_text(pf, "model", mesh.model) ||
-        !read_switch(pf, "compute_P", mesh.wanted.P) ||
-        !read_switch(pf, "compute_S", mesh.wanted.S)) {
-        return false;
-    }
-    if (mesh.wanted.P || mesh.wanted.S) return true;
-    elog_log(0, "velorix_setup_edp_grid: Must compute P or S times.\n");
-    return false;
+    constexpr double turn = 360.0;
+    return params.real("strike", mesh.strike, false) &&
+           params.reference(grid, mesh.latr, mesh.lonr) && read_type(params, mesh) &&
+           params.count("nx", any, mesh.nx) && params.count("ny", any, mesh.ny) &&
+           params.angle("xmin", turn, mesh.xmin) && params.angle("xmax", turn, mesh.xmax) &&
+           params.angle("ymin", turn, mesh.ymin) && params.angle("ymax", turn, mesh.ymax) &&
+           read_depths(params, mesh) && params.name("method", mesh.method, Naming::key) &&
+           params.name("model", mesh.model, Naming::key) &&
+           params.flag("compute_P", mesh.wanted.P) && params.flag("compute_S", mesh.wanted.S) &&
+           params.times_wanted(mesh.wanted);
 }
 
 // Table sizes for the grid's current stations; false after a logged line.
@@ -270,8 +200,9 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
     complain_unknown_keys(kWho, pf, name, keys);
     Mesh mesh;
     StationWindow window;
-    if (!read_mesh(grid, pf, mesh) || !set_fields(grid, name, mesh) ||
-        !read_station_window(pf, window)) {
+    const BuilderParams params(kWho, pf);
+    if (!read_mesh(grid, params, mesh) || !set_fields(grid, name, mesh) ||
+        !read_station_window(params, window)) {
         return false;
     }
     // Tables too large for all stations may fit those that a window leaves.
@@ -291,10 +222,6 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
 }  // namespace velorix
 
 extern "C" int velorix_setup_edp_grid(Velorix* grid, const char* name, Pf* pf) {
-    try {
-        return velorix::build(*grid, name, pf) ? 0 : -1;
-    } catch (const std::bad_alloc&) {
-        elog_log(1, "velorix_setup_edp_grid: malloc() error.\n");
-        return -1;
-    }
+    return velorix::guarded(velorix::kWho, -1,
+                            [&] { return velorix::build(*grid, name, pf) ? 0 : -1; });
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/elog/elog.h"
+#include "platform/elog/guard.h"
 #include "platform/geodesy/geodesy.h"
 #include "setupgrid/builder_params.h"
 #include "setupgrid/heap_layout.h"
@@ -19,6 +20,8 @@ namespace velorix {
 namespace {
 
 constexpr const char* kWho = "velorix_setup_slowness_grid";
+using Naming = BuilderParams::Naming;
+
 constexpr double kRadiansPerDegree = 0.017453292519943295;
 // As many positions as the record's 32-bit sizes hold; a larger mesh would only take hours to walk.
 constexpr int kMostPoints = INT32_MAX / static_cast<int>(sizeof(Source));
@@ -41,90 +44,30 @@ struct Ring {
     double azimuth;   // radians
 };
 
-bool bad_param() {
-    elog_log(0, "velorix_setup_slowness_grid: parse_param() error.\n");
-    return false;
-}
-
-bool bad_key(const char* key) {
-    elog_log(0, "velorix_setup_slowness_grid: parse_param(%s) error.\n", key);
-    return false;
-}
-
-bool finite(const char* key, double value) {
-    if (std::isfinite(value)) return true;
-    elog_log(0, "velorix_setup_slowness_grid: %s must be finite (%g).\n", key, value);
-    return false;
-}
-
-bool read_named(Pf* pf, const char* key, double& value) {
-    if (parse_param(pf, key, PF_DOUBLE, 1, &value) < 0) return bad_key(key);
-    return finite(key, value);
-}
-
-bool check_angle(const char* key, double value, double limit) {
-    if (std::fabs(value) <= limit) return true;
-    elog_log(0, "velorix_setup_slowness_grid: %s must be between %g and %g (%g).\n", key, -limit,
-             limit, value);
-    return false;
-}
-
-bool read_real(Pf* pf, const char* key, double& value) {
-    if (parse_param(pf, key, PF_DOUBLE, 1, &value) < 0) return bad_param();
-    return finite(key, value);
-}
-
-// A bound on slownesses, which an infinite one leaves open.
-bool read_bound(Pf* pf, const char* key, double& value) {
-    if (parse_param(pf, key, PF_DOUBLE, 0, &value) < 0) return bad_param();
-    return !std::isnan(value) || finite(key, value);
-}
-
-bool read_name(Pf* pf, const char* key, std::string& value) {
-    Text text;
-    if (parse_param(pf, key, PF_STRING, 1, out(text)) < 0) return bad_param();
-    complain_if_cut(kWho, key, text.get());
-    value.assign(text.get(), strnlen(text.get(), VELORIX_NAME_SIZE));
-    return true;
-}
-
-bool read_reference(const Velorix& grid, Pf* pf, Mesh& mesh) {
-    Text refsta;
-    if (parse_param(pf, "refsta", PF_STRING, 0, out(refsta)) < 0) return bad_key("refsta");
-    if (!refsta) {
-        return read_named(pf, "latr", mesh.latr) && check_angle("latr", mesh.latr, 90.0) &&
-               read_named(pf, "lonr", mesh.lonr) && check_angle("lonr", mesh.lonr, 360.0);
-    }
-    if (!grid.sta_arr) {
-        elog_log(0, "velorix_setup_slowness_grid: Must setup stations first.\n");
+bool read_mesh(const Velorix& grid, const BuilderParams& params, Mesh& mesh) {
+    if (!params.reference(grid, mesh.latr, mesh.lonr) ||
+        !params.integer("nx", mesh.nx, Naming::none) ||
+        !params.integer("ny", mesh.ny, Naming::none)) {
         return false;
-    }
-    const auto* station = static_cast<const Station*>(getarr(grid.sta_arr, refsta.get()));
-    if (!station) {
-        elog_log(0, "velorix_setup_slowness_grid: Cannot find coordinates for %s.\n", refsta.get());
-        return false;
-    }
-    mesh.latr = station->lat;
-    mesh.lonr = station->lon;
-    return true;
-}
-
-bool read_mesh(const Velorix& grid, Pf* pf, Mesh& mesh) {
-    if (!read_reference(grid, pf, mesh)) return false;
-    if (parse_param(pf, "nx", PF_INT, 1, &mesh.nx) < 0 ||
-        parse_param(pf, "ny", PF_INT, 1, &mesh.ny) < 0) {
-        return bad_param();
     }
     if (mesh.nx > 0 && mesh.ny > 0 && int64_t{mesh.nx} * mesh.ny > kMostPoints) {
         elog_log(0, "velorix_setup_slowness_grid: %d x %d mesh points exceed the limit of %d.\n",
                  mesh.nx, mesh.ny, kMostPoints);
         return false;
     }
-    return read_named(pf, "xmin", mesh.xmin) && read_named(pf, "xmax", mesh.xmax) &&
-           read_named(pf, "ymin", mesh.ymin) && read_named(pf, "ymax", mesh.ymax) &&
-           read_real(pf, "depth", mesh.depth) && read_name(pf, "method", mesh.method) &&
-           read_name(pf, "model", mesh.model) && read_bound(pf, "maxslow", mesh.maxslow) &&
-           read_bound(pf, "minslow", mesh.minslow);
+    Text method, model;
+    if (!params.real("xmin", mesh.xmin) || !params.real("xmax", mesh.xmax) ||
+        !params.real("ymin", mesh.ymin) || !params.real("ymax", mesh.ymax) ||
+        !params.real("depth", mesh.depth, true, Naming::none) ||
+        !params.name("method", method, Naming::none) ||
+        !params.name("model", model, Naming::none) ||
+        !params.bound("maxslow", mesh.maxslow, Naming::none) ||
+        !params.bound("minslow", mesh.minslow, Naming::none)) {
+        return false;
+    }
+    mesh.method.assign(method.get(), strnlen(method.get(), VELORIX_NAME_SIZE));
+    mesh.model.assign(model.get(), strnlen(model.get(), VELORIX_NAME_SIZE));
+    return true;
 }
 
 // The process has one conversion table, of its first slowness grid.
@@ -165,40 +108,6 @@ bool walk(const Mesh& mesh, Visit visit) {
             if (!(distance < kNoDistance)) visit(Ring{distance, mesh_azimuth(x, y)});
         }
     }
-    return true;
-}
-
-bool read_wanted(Velorix& grid, Pf* pf) {
-    Wanted wanted;
-    if (parse_param(pf, "compute_P", PF_BOOLEAN, 0, &wanted.P) < 0 ||
-        parse_param(pf, "compute_S", PF_BOOLEAN, 0, &wanted.S) < 0) {
-        return bad_param();
-    }
-    mark_times(grid, wanted);
-    if (!wanted.P && !wanted.S) {
-        elog_log(0, "velorix_setup_slowness_grid: Must compute P or S times.\n");
-        return false;
-    }
-    if (parse_param(pf, "compute_distances", PF_BOOLEAN, 0, &wanted.distances) < 0)
-        return bad_param();
-    mark_distances(grid, wanted);
-    return true;
-}
-
-bool size_tables(Velorix& grid, int64_t count) {
-    const int64_t srsize = count * static_cast<int64_t>(sizeof(Source));
-    if (!pair_table_size(kWho, count, grid.ns, grid.ttsize) ||
-        !fits_size_field(kWho, "the position array", srsize)) {
-        return false;
-    }
-    grid.nx = 0;
-    grid.ny = 0;
-    grid.nd = 1;
-    grid.nn = static_cast<int32_t>(count);
-    grid.nh = grid.nn;
-    grid.dpsize = static_cast<int32_t>(sizeof(double));
-    grid.srsize = static_cast<int32_t>(srsize);
-    if (grid.distances) grid.dssize = grid.ttsize;
     return true;
 }
 
@@ -253,7 +162,8 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
                                     "compute_distances"};
     complain_unknown_keys(kWho, pf, name, keys);
     Mesh mesh;
-    if (!read_mesh(grid, pf, mesh)) return false;
+    const BuilderParams params(kWho, pf);
+    if (!read_mesh(grid, params, mesh)) return false;
     complain_of_other_table(name, mesh);
     set_geometry(grid, mesh);
     int64_t count = 0;
@@ -262,7 +172,7 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
         elog_log(0, "velorix_setup_slowness_grid: No grid nodes to process.\n");
         return false;
     }
-    if (!read_wanted(grid, pf) || !size_tables(grid, count)) return false;
+    if (!params.tables(grid) || !size_point_list(kWho, grid, count)) return false;
     set_names(grid, name, mesh.method.c_str(), mesh.model.c_str());
     return place(grid, mesh);
 }
@@ -271,10 +181,6 @@ bool build(Velorix& grid, const char* name, Pf* pf) {
 }  // namespace velorix
 
 extern "C" int velorix_setup_slowness_grid(Velorix* grid, const char* name, Pf* pf) {
-    try {
-        return velorix::build(*grid, name, pf) ? 0 : -1;
-    } catch (const std::bad_alloc&) {
-        elog_log(1, "velorix_setup_slowness_grid: malloc() error.\n");
-        return -1;
-    }
+    return velorix::guarded(velorix::kWho, -1,
+                            [&] { return velorix::build(*grid, name, pf) ? 0 : -1; });
 }

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/containers/owners.h"
 #include "platform/elog/elog.h"
 #include "setupgrid/builder_params.h"
 #include "support/grid_view.h"
@@ -13,14 +14,10 @@
 namespace velorix {
 namespace {
 
-struct FreeMap {
-    void operator()(Arr* map) const { freearr(map, nullptr); }
-};
-
 bool replace_stations(Velorix& grid, const std::vector<Station>& staying) {
     CArray<Station> list = make_c_array<Station>(staying.size());
     if (!list) throw std::bad_alloc();
-    std::unique_ptr<Arr, FreeMap> map(newarr(nullptr));
+    OwnedArr map(newarr(nullptr));
     if (!map) {
         elog_log(1, "velorix_setup_edp_grid: newarr() error.\n");
         return false;
@@ -40,25 +37,12 @@ bool replace_stations(Velorix& grid, const std::vector<Station>& staying) {
 
 }  // namespace
 
-bool read_station_window(Pf* pf, StationWindow& window) {
-    struct Bound {
-        const char* key;
-        double* value;
-    };
-    for (const Bound& bound :
-         {Bound{"pxstamin", &window.pxstamin}, Bound{"pxstamax", &window.pxstamax},
-          Bound{"pystamin", &window.pystamin}, Bound{"pystamax", &window.pystamax}}) {
-        if (parse_param(pf, bound.key, PF_DOUBLE, 0, bound.value) < 0) {
-            elog_log(0, "velorix_setup_edp_grid: parse_param(%s) error.\n", bound.key);
-            return false;
-        }
-        if (std::isnan(*bound.value)) {  // an infinite one is open
-            elog_log(0, "velorix_setup_edp_grid: %s must be a number (%g).\n", bound.key,
-                     *bound.value);
-            return false;
-        }
-    }
-    return true;
+bool read_station_window(const BuilderParams& params, StationWindow& window) {
+    constexpr auto named = BuilderParams::Naming::key;
+    return params.bound("pxstamin", window.pxstamin, named) &&
+           params.bound("pxstamax", window.pxstamax, named) &&
+           params.bound("pystamin", window.pystamin, named) &&
+           params.bound("pystamax", window.pystamax, named);
 }
 
 bool apply_station_window(Velorix& grid, const StationWindow& window) {

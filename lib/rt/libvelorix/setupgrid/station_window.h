@@ -1,5 +1,6 @@
 #ifndef VELORIX_SETUPGRID_STATION_WINDOW_H
 #define VELORIX_SETUPGRID_STATION_WINDOW_H
+#include "setupgrid/builder_params.h"
 #include "velorix.h"
 
 namespace velorix {
@@ -24,7 +25,7 @@ struct StationWindow {
 };
 
 /// Reads the window's keys; false after a logged line.
-bool read_station_window(Pf* pf, StationWindow& window);
+bool read_station_window(const BuilderParams& params, StationWindow& window);
 
 /**
  * Removes the stations that lie outside the window from a laid-out mesh; addresses of its station
