@@ -63,4 +63,15 @@ std::string printable(std::string_view text) {
     return out;
 }
 
+std::string csv_field(std::string_view text) {
+    std::string shown = printable(text);
+    if (shown.find_first_of(",\"") == std::string::npos) return shown;
+    std::string out = "\"";
+    for (const char c : shown) {
+        if (c == '"') out += '"';
+        out += c;
+    }
+    return out + '"';
+}
+
 }  // namespace velorix

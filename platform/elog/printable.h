@@ -19,6 +19,9 @@ void make_printable(std::span<char> text, std::string_view kept = {});
 /// The same as a copy; a line end or a tab within a name becomes '?' too.
 std::string printable(std::string_view text);
 
+/// A CSV field (RFC 4180), printable: quoted when it holds a comma or a quote.
+std::string csv_field(std::string_view text);
+
 }  // namespace velorix
 
 #endif

@@ -180,10 +180,13 @@ TEST(QuakeMl, HasOneValueEachAndReferencesThatLeadSomewhere) {
     }
 }
 
-TEST(CsvTables, QuoteWhatNeedsIt) {
-    const auto texts = documents(Format::csv, a_catalogue());
+TEST(CsvTables, QuoteWhatNeedsItAndPassNoCommandOn) {
+    Catalogue events = a_catalogue();
+    events[0].picks[0].pick.channel = "\x1b[2JZ";
+    const auto texts = documents(Format::csv, events);
     EXPECT_THAT(texts[0], HasSubstr(",\"a grid, \"\"quoted\"\"\"\n"));
     EXPECT_THAT(texts[1], HasSubstr(",\"T&<>\"\"1202\","));
+    EXPECT_THAT(texts[1], HasSubstr(",?[2JZ,"));
 }
 
 TEST(TextTable, ShowsNoControlCharactersOfForeignFiles) {

@@ -75,8 +75,9 @@ TEST(DefaultRules, HaveLeastValuesAndLeaveSOutWithoutSTimes) {
 TEST(DefaultRules, OfADenseNetworkReachToTheFortiethStation) {
     std::vector<Station> dense;
     for (int i = 0; i < 144; ++i) {
-        dense.push_back(
-            velorix_test::make_station(std::to_string(i), 0.25 * (i / 12), 0.25 * (i % 12)));
+        const int row = i / 12;
+        const int column = i % 12;
+        dense.push_back(velorix_test::make_station(std::to_string(i), 0.25 * row, 0.25 * column));
     }
     const auto window = [&](size_t count, const std::string& toml = "") {
         const std::vector<Station> some(dense.begin(), dense.begin() + static_cast<long>(count));
@@ -165,7 +166,8 @@ TEST(GridRules, AreCheckedAndWhatHasNoEffectIsNamed) {
         {"[grids.tiny]\ndrop_if_in_grid = ['x']", true, "grids.tiny.drop_if_in_grid: no grid 'x'"},
         {"[events.tiny]\nmin_pick = 1", true, "did you mean 'min_picks'?"},
         {"[event.tiny]\nmin_picks = 1", true, "did you mean 'events'?"},
-        {"min_picks = 1", true, "unknown key 'min_picks'"}};
+        {"min_pick = 1", true, "did you mean 'events.tiny.min_picks'?"},
+        {"latenes = 1", true, "did you mean 'lateness'?"}};
     for (const auto& c : cases) {
         velorix_test::LogCapture log;
         Parameters parameters;

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "text.h"
+#include "number_text.h"
 
 namespace {
 
@@ -55,12 +55,6 @@ TEST(Json, EscapesWhatATerminalTakesForACommand) {
         "[\n  {\n    \"a\": \"\\u001b[31m \\u007f \\u009b[1m \xC2\xA0 \xC3\xA9 \xEF\xBF\xBD\",\n"
         "    \"rows\": [\n      {\n        \"b\": \"\\u0080\"\n      },\n"
         "      {\n        \"b\": 1.5\n      }\n    ]\n  }\n]\n");
-}
-
-TEST(Csv, QuotesWhatItMustAndPassesNoCommandOn) {
-    EXPECT_EQ(csv_field("ANMO"), "ANMO");
-    EXPECT_EQ(csv_field("a,\"b\""), "\"a,\"\"b\"\"\"");
-    EXPECT_EQ(csv_field("a\nb\x1b[2J\xC2\x9B"), "a?b?[2J??");
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/elog/printable.h"
 #include "support/log_capture.h"
 #include "support/temp_file.h"
 
@@ -92,6 +93,12 @@ TEST(Elog, NothingOfAMessageIsACommandToATerminal) {
                   name_program("velorix");
               }),
               "?]0;x: " + std::string(2000, 'x') + "?\n");
+}
+
+TEST(CsvField, QuotesWhatItMustAndPassesNoCommandOn) {
+    EXPECT_EQ(velorix::csv_field("ANMO"), "ANMO");
+    EXPECT_EQ(velorix::csv_field("a,\"b\""), "\"a,\"\"b\"\"\"");
+    EXPECT_EQ(velorix::csv_field("a\nb\x1b[2J\xC2\x9B"), "a?b?[2J??");
 }
 
 TEST(Elog, LinesOfSeveralThreadsNeverMix) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "platform/elog/closest.h"
 #include "support/say.h"
 #include "support/times.h"
 #include "velorix_pvt.h"
@@ -49,6 +50,19 @@ Parsed refuse(const std::string& message) {
     complain(message);
     std::fputs(kUsage, stderr);
     return Parsed::wrong;
+}
+
+/// "--output" was meant to be "--out".
+std::string unrecognized(const CLI::App& app, const std::string& word) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : app.get_options()) {
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+    std::vector<const char*> known;
+    for (const std::string& name : names) known.push_back(name.c_str());
+    const char* meant = word.starts_with("-") ? closest(word, known) : nullptr;
+    return "Unrecognized argument '" + word + "'" +
+           (meant ? std::string(", did you mean '") + meant + "'?" : ".");
 }
 
 bool time_of(const CLI::Option* given, const std::string& text, double& out, std::string& error) {
@@ -101,6 +115,7 @@ Parsed parse_options(int argc, const char* const* argv, Options& options) {
     Raw raw;
     declare(app, options, raw);
     app.set_help_flag("-h,--help", "this text");
+    app.allow_extras();
     // -pf is the tools' common spelling; the parser knows long names with two dashes only.
     std::vector<std::string> words;
     for (int i = argc - 1; i > 0; --i) {
@@ -116,6 +131,8 @@ Parsed parse_options(int argc, const char* const* argv, Options& options) {
     } catch (const CLI::ParseError& error) {
         return refuse(error.what());
     }
+    const auto extras = app.remaining();
+    if (!extras.empty()) return refuse(unrecognized(app, extras.front()));
     if (raw.version) {
         std::printf("velorix-assoc %s\n", VELORIX_VERSION);
         return Parsed::done;

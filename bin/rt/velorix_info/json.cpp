@@ -3,7 +3,7 @@
 #include <cmath>
 #include <string>
 
-#include "text.h"
+#include "number_text.h"
 
 namespace velorix::info {
 namespace {

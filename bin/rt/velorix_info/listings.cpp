@@ -4,9 +4,9 @@
 #include <cmath>
 #include <numbers>
 
+#include "number_text.h"
 #include "platform/elog/elog.h"
 #include "platform/geodesy/geodesy.h"
-#include "text.h"
 
 namespace velorix::info {
 namespace {

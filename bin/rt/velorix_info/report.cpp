@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "nodes.h"
+#include "number_text.h"
 #include "platform/elog/printable.h"
 #include "summary.h"
-#include "text.h"
 
 namespace velorix::info {
 namespace {

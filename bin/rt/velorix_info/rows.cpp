@@ -1,6 +1,7 @@
 #include "rows.h"
 
-#include "text.h"
+#include "number_text.h"
+#include "platform/elog/printable.h"
 
 namespace velorix::info {
 namespace {

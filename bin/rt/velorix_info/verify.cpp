@@ -4,12 +4,12 @@
 #include <cmath>
 #include <span>
 
+#include "number_text.h"
 #include "platform/elog/printable.h"
 #include "platform/ttcalc/ttcalc.h"
 #include "support/arc.h"
 #include "support/grid_view.h"
 #include "support/table_place.h"
-#include "text.h"
 #include "velorix_pvt.h"
 
 namespace velorix::info {

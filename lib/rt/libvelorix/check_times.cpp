@@ -4,9 +4,9 @@
 
 #include "platform/elog/elog.h"
 #include "platform/elog/guard.h"
+#include "support/grid_name.h"
 #include "support/grid_view.h"
 #include "support/table_place.h"
-#include "support/text.h"
 
 namespace velorix {
 namespace {

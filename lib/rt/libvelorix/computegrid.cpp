@@ -4,8 +4,8 @@
 #include "platform/elog/elog.h"
 #include "platform/geodesy/geodesy.h"
 #include "support/arrival_selection.h"
+#include "support/grid_name.h"
 #include "support/grid_view.h"
-#include "support/text.h"
 #include "support/units.h"
 #include "velorix_pvt.h"
 

@@ -5,7 +5,7 @@
 #include "grsubs/internal.h"
 #include "platform/elog/elog.h"
 #include "platform/geodesy/geodesy.h"
-#include "support/text.h"
+#include "support/grid_name.h"
 #include "support/units.h"
 
 namespace velorix {

@@ -8,7 +8,7 @@
 #include "grsubs/scan_pass.h"
 #include "grsubs/table_index.h"
 #include "platform/elog/elog.h"
-#include "support/text.h"
+#include "support/grid_name.h"
 
 namespace velorix {
 namespace {

@@ -9,7 +9,7 @@
 #include "grsubs/scan_sample.h"
 #include "grsubs/search_scratch.h"
 #include "platform/elog/elog.h"
-#include "support/text.h"
+#include "support/grid_name.h"
 
 namespace velorix {
 namespace {

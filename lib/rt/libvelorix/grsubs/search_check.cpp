@@ -4,7 +4,7 @@
 
 #include "grsubs/search_params.h"
 #include "platform/elog/elog.h"
-#include "support/text.h"
+#include "support/grid_name.h"
 
 namespace velorix {
 namespace {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "platform/elog/elog.h"
+#include "support/grid_name.h"
 #include "support/grid_view.h"
-#include "support/text.h"
 
 namespace velorix {
 

@@ -8,8 +8,8 @@
 
 #include "platform/elog/elog.h"
 #include "support/arc.h"
+#include "support/grid_name.h"
 #include "support/grid_view.h"
-#include "support/text.h"
 
 namespace velorix {
 namespace {

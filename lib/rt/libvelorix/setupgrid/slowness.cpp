@@ -11,8 +11,8 @@
 #include "setupgrid/builder_params.h"
 #include "setupgrid/heap_layout.h"
 #include "slow2d.h"
+#include "support/grid_name.h"
 #include "support/grid_view.h"
-#include "support/text.h"
 #include "support/units.h"
 #include "velorix_pvt.h"
 

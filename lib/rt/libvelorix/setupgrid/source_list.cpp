@@ -8,8 +8,8 @@
 #include "setupgrid/builder_params.h"
 #include "setupgrid/coords_file.h"
 #include "setupgrid/heap_layout.h"
+#include "support/grid_name.h"
 #include "support/grid_view.h"
-#include "support/text.h"
 
 namespace velorix {
 namespace {

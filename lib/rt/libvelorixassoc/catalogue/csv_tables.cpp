@@ -1,7 +1,7 @@
 // Events and picks as comma-separated values.
-#include "../support/csv_line.h"
 #include "../support/text_values.h"
 #include "../support/times.h"
+#include "platform/elog/printable.h"
 #include "writers.h"
 
 namespace velorix::assoc {

@@ -4,7 +4,7 @@
 
 #include "defining.h"
 #include "proposal.h"
-#include "support/text.h"
+#include "support/grid_name.h"
 
 namespace velorix::assoc {
 namespace {

@@ -66,6 +66,13 @@ bool check(const GridRules& r, const std::string& name) {
 
 }  // namespace
 
+std::vector<const char*> grid_rule_keys() {
+    std::vector<const char*> keys;
+    for (const auto& key : kCounts) keys.push_back(key.name);
+    for (const auto& key : kReals) keys.push_back(key.name);
+    return keys;
+}
+
 bool read_grid_rules(const Parameters& parameters, const std::string& name, SearchParams* sp,
                      GridRules& rules) {
     Pf* engine = parameters.section("grids", name);
@@ -76,9 +83,7 @@ bool read_grid_rules(const Parameters& parameters, const std::string& name, Sear
     }
     Pf* node = parameters.section("events", name);
     if (!node) return true;
-    std::vector<const char*> known;
-    for (const auto& key : kCounts) known.push_back(key.name);
-    for (const auto& key : kReals) known.push_back(key.name);
+    const std::vector<const char*> known = grid_rule_keys();
     pf_complain_unknown(node, ("events." + name).c_str(), known.data(),
                         static_cast<int>(known.size()));
     for (const auto& key : kCounts) {

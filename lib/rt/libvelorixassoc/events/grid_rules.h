@@ -31,6 +31,9 @@ struct GridRules {
 /// Values for both records that follow from the grid alone.
 void derive_defaults(const GridTimes& times, SearchParams& sp, GridRules& rules);
 
+/// The keys of a table `events.<grid>`.
+std::vector<const char*> grid_rule_keys();
+
 /// What the file says about one grid on top of the defaults. False after a logged line.
 bool read_grid_rules(const Parameters& parameters, const std::string& name, SearchParams* sp,
                      GridRules& rules);

@@ -6,7 +6,7 @@
 #include "../support/say.h"
 #include "../support/text_values.h"
 #include "platform/geodesy/geodesy.h"
-#include "support/text.h"
+#include "support/grid_name.h"
 
 namespace velorix::assoc {
 namespace {

@@ -8,7 +8,7 @@
 #include "../support/text_values.h"
 #include "platform/pf/pf.h"
 #include "platform/strmatch/strmatches.h"
-#include "support/text.h"
+#include "support/grid_name.h"
 
 namespace velorix::assoc {
 
@@ -148,6 +148,18 @@ void complain_of_strange_grids(const SearchGrid& grid, const std::vector<std::st
     }
 }
 
+/// Keys above all tables. A grid's rule that stands there by mistake gets the place it belongs to.
+void complain_of_keys_above(Pf* root, const std::vector<std::string>& grids) {
+    std::vector<std::string> rules;
+    for (const std::string& grid : grids) {
+        for (const char* key : grid_rule_keys()) rules.push_back("events." + grid + "." + key);
+    }
+    std::vector<const char*> known{"grids",       "events",       "history",         "lateness",
+                                   "reuse_picks", "phase_labels", "stations_at_work"};
+    for (const std::string& rule : rules) known.push_back(rule.c_str());
+    pf_complain_unknown(root, "the parameter file", known.data(), static_cast<int>(known.size()));
+}
+
 }  // namespace
 
 void GridSet::complain_unknown(const Parameters& parameters) const {
@@ -157,10 +169,7 @@ void GridSet::complain_unknown(const Parameters& parameters) const {
         complain_unheeded(parameters, grid.name);
     }
     if (!parameters.root()) return;
-    constexpr std::array kTop{"grids",       "events",       "history",         "lateness",
-                              "reuse_picks", "phase_labels", "stations_at_work"};
-    pf_complain_unknown(parameters.root(), "the parameter file", kTop.data(),
-                        static_cast<int>(kTop.size()));
+    complain_of_keys_above(parameters.root(), names);
     std::vector<const char*> known;
     for (const std::string& name : names) known.push_back(name.c_str());
     for (const char* table : {"grids", "events"}) {

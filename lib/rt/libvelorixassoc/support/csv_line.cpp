@@ -30,14 +30,4 @@ std::optional<std::vector<std::string>> split_csv(std::string_view line, char se
     return fields;
 }
 
-std::string csv_field(const std::string& text) {
-    if (text.find_first_of(",\"\n\r") == std::string::npos) return text;
-    std::string out = "\"";
-    for (char c : text) {
-        if (c == '"') out += '"';
-        out += c;
-    }
-    return out + "\"";
-}
-
 }  // namespace velorix::assoc

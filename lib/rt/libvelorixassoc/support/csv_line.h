@@ -11,8 +11,6 @@ namespace velorix::assoc {
 /// Trimmed fields of a line, with quoted fields and doubled quotes; nothing when a quote stays
 /// open.
 std::optional<std::vector<std::string>> split_csv(std::string_view line, char separator);
-/// A field, quoted when it must be.
-std::string csv_field(const std::string& text);
 
 }  // namespace velorix::assoc
 #endif

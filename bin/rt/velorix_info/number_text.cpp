@@ -1,9 +1,7 @@
-#include "text.h"
+#include "number_text.h"
 
 #include <array>
 #include <charconv>
-
-#include "platform/elog/printable.h"
 
 namespace velorix::info {
 namespace {
@@ -21,17 +19,6 @@ std::string shortest(double value) { return number_text(value); }
 std::string shortest(float value) { return number_text(value); }
 std::string fixed(double value, int decimals) {
     return number_text(value, std::chars_format::fixed, decimals);
-}
-
-std::string csv_field(std::string_view text) {
-    std::string shown = printable(text);
-    if (shown.find_first_of(",\"") == std::string::npos) return shown;
-    std::string out = "\"";
-    for (const char c : shown) {
-        if (c == '"') out += '"';
-        out += c;
-    }
-    return out + '"';
 }
 
 }  // namespace velorix::info

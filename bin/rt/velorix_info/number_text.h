@@ -1,5 +1,5 @@
-#ifndef VELORIX_INFO_TEXT_H
-#define VELORIX_INFO_TEXT_H
+#ifndef VELORIX_INFO_NUMBER_TEXT_H
+#define VELORIX_INFO_NUMBER_TEXT_H
 // Numbers and names as text, whatever the locale and whatever bytes a file holds.
 #include <cstddef>
 #include <cstdint>
@@ -20,10 +20,6 @@ std::string shortest(double value);
 std::string shortest(float value);
 /// With a fixed number of decimals.
 std::string fixed(double value, int decimals);
-
-/// A CSV field (RFC 4180): quoted when it holds a comma or a quote. Control characters and bytes
-/// that are no UTF-8 become '?'.
-std::string csv_field(std::string_view text);
 
 }  // namespace velorix::info
 #endif

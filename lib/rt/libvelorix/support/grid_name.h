@@ -1,5 +1,5 @@
-#ifndef VELORIX_SUPPORT_TEXT_H
-#define VELORIX_SUPPORT_TEXT_H
+#ifndef VELORIX_SUPPORT_GRID_NAME_H
+#define VELORIX_SUPPORT_GRID_NAME_H
 // The fixed-width names of a grid record.
 #include <algorithm>
 #include <cstring>
