@@ -65,7 +65,7 @@ within "keys of grids" parameter_file.md
     words "keys of velorix-assoc"
 page velorix-assoc.1 | words "words of velorix-assoc.1"
 within "keys of velorix-assoc" "words of velorix-assoc.1"
-grep -oE '\{k[A-Za-z]+, "[a-z_]+"\}' "$source/lib/rt/libvelorixassoc/picks/csv_picks.cpp" |
+grep -oE '\{k[A-Za-z]+, "[a-z_]+"\}' "$source/lib/rt/libvelorixassoc/picks/pick_columns.cpp" |
     sed 's/.*"\(.*\)".*/\1/' | words "columns of CSV"
 within "columns of CSV" "words of velorix-assoc.1"
 

@@ -96,7 +96,8 @@ bool Batch::add_all(PickStream& stream, Associator& associator) {
 bool Batch::sort_instead(const PickStream& stream) {
     const std::string& path = stream.disordered();
     struct stat info {};
-    if (path == "-" || stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    if (path == "-" || stat(path.c_str(), &info) != 0 ||
+        !(S_ISREG(info.st_mode) || S_ISDIR(info.st_mode))) {
         return fail(stream.disorder() +
                     ", more than the lateness allows: sort them by time, or set `lateness`");
     }

@@ -18,7 +18,8 @@ class Follow {
     Follow(const Options& options, GridSet& grids, const StreamRules& rules)
         : options_(options),
           digest_(rules_digest(grids, rules)),
-          lines_(options.stream.paths[0] == "-" ? "standard input" : options.stream.paths[0]),
+          lines_(options.stream.paths[0] == "-" ? "standard input" : options.stream.paths[0],
+                 options.stream.files),
           associator_(grids, rules, listener(), true) {}
 
     int run();

@@ -15,13 +15,16 @@ namespace {
 constexpr const char* kUsage =
     "usage: velorix-assoc [-pf FILE] --grids FILE... --picks FILE... [--from T] [--to T]\n"
     "                     [--threads N] [--format text|csv|json|quakeml|css] [--out PATH]\n"
-    "                     [--skip-bad] [--follow] [--show-parameters] [--explain T] [-v] [-q]\n";
+    "                     [--skip-bad] [--sampling-rate HZ] [--start T] [--follow]\n"
+    "                     [--show-parameters] [--explain T] [-v] [-q]\n";
+
+constexpr double kHighestRate = 1e6;  // Hz
 
 struct Raw {
     std::vector<std::string> picks;
-    std::string from, to, explain, format = "text";
+    std::string from, to, start, explain, format = "text";
     const CLI::Option *from_given = nullptr, *to_given = nullptr, *explain_given = nullptr,
-                      *format_given = nullptr;
+                      *format_given = nullptr, *start_given = nullptr, *rate_given = nullptr;
     bool version = false;
 };
 
@@ -39,6 +42,12 @@ void declare(CLI::App& app, Options& o, Raw& raw) {
         app.add_option("--explain", raw.explain, "say what was found or missing around a time")
             ->type_name("TIME");
     app.add_flag("--skip-bad", o.stream.skip_bad, "count unreadable lines and go on");
+    raw.rate_given = app.add_option("--sampling-rate", o.stream.files.sampling_rate,
+                                    "of sample numbers in pick files, Hz")
+                         ->type_name("HZ");
+    raw.start_given = app.add_option("--start", raw.start,
+                                     "time of sample or second 0 where a pick file says none")
+                          ->type_name("TIME");
     app.add_flag("--follow", o.follow, "tell of events as they form, as JSON documents");
     app.add_flag("--show-parameters", o.show_parameters, "print the parameters in force and end");
     app.add_flag("-v,--verbose", o.verbose, "one line an event");
@@ -75,7 +84,7 @@ bool time_of(const CLI::Option* given, const std::string& text, double& out, std
 
 Parsed check(Options& o, const Raw& raw) {
     std::string error;
-    double explain = 0.0;
+    double explain = 0.0, start = 0.0;
     if (o.grids.empty()) return refuse("Need --grids.");
     if (raw.picks.empty() && !o.show_parameters) return refuse("Need --picks.");
     if (std::count(raw.picks.begin(), raw.picks.end(), "-") > 1) {
@@ -98,9 +107,15 @@ Parsed check(Options& o, const Raw& raw) {
     }
     if (!time_of(raw.from_given, raw.from, o.stream.from, error) ||
         !time_of(raw.to_given, raw.to, o.stream.to, error) ||
+        !time_of(raw.start_given, raw.start, start, error) ||
         !time_of(raw.explain_given, raw.explain, explain, error)) {
         return refuse(error);
     }
+    const double rate = o.stream.files.sampling_rate;
+    if (raw.rate_given->count() > 0 && !(rate > 0.0 && rate <= kHighestRate)) {
+        return refuse("--sampling-rate must be above 0 and at most a million Hz.");
+    }
+    if (raw.start_given->count() > 0) o.stream.files.start = start;
     if (o.stream.from > o.stream.to) return refuse("--from is after --to.");
     if (raw.explain_given->count() > 0) o.explain = explain;
     o.format = *format;

@@ -73,27 +73,40 @@ class PickReader {
     virtual const char* kind() const = 0;
 };
 
+/// What some kinds of pick file leave open: those that count samples or seconds from a start.
+struct PickFileOptions {
+    double sampling_rate = 0.0;  ///< of sample numbers, Hz; 0: not known
+    std::optional<double>
+        start{};  ///< of sample or second 0, epoch seconds, where a file says none
+};
+
 /**
  * Opens a file of picks. Its kind is found by looking at it: CSV with a header line, a CSS3.0
- * `arrival` table, QuakeML 1.2, or TOML with a list `arrivals` (velorix-assoc(1) describes each).
- * Time and memory: lines and elements are read as they come; only a TOML file is held whole.
- * @param[in]  path  file, pipe or device; "-" is standard input
- * @param[out] error says what is wrong when the result is null
+ * `arrival` table, QuakeML 1.2, TOML with a list `arrivals`, or a file of another program
+ * (velorix-assoc(1) and docs/formats.md describe each).
+ * Time and memory: lines and elements are read as they come; a TOML file is held whole, and of a
+ * folder the picks of a day.
+ * @param[in]  path    file, pipe or device; "-" is standard input; a folder of pick files
+ * @param[out] error   says what is wrong when the result is null
+ * @param[in]  options what the file leaves open
  */
-std::unique_ptr<PickReader> open_picks(const std::string& path, std::string& error);
+std::unique_ptr<PickReader> open_picks(const std::string& path, std::string& error,
+                                       const PickFileOptions& options = {});
 
 /// The same from text in memory; `name` stands for the file in messages.
 std::unique_ptr<PickReader> open_picks_in(std::string text, const std::string& name,
-                                          std::string& error);
+                                          std::string& error, const PickFileOptions& options = {});
 
 /**
  * Picks that come line by line, from a service or a growing file: feed it what has arrived.
- * The first line tells the kind (CSV with its header, or a CSS3.0 `arrival` row).
+ * The first line tells the kind, which is one whose rows are lines: CSV with its header, CSS3.0
+ * `arrival` rows, JSON lines ...
  */
 class PickLines {
   public:
-    /// @param name of the source, for messages
-    explicit PickLines(std::string name);
+    /// @param name    of the source, for messages
+    /// @param options what the lines leave open
+    explicit PickLines(std::string name, const PickFileOptions& options = {});
     ~PickLines();
     /// Takes over what another has learned of the lines.
     PickLines(PickLines&&) noexcept;
@@ -120,7 +133,8 @@ struct PickStreamOptions {
     bool skip_bad = false;             ///< pass over records that are no picks
     double from = -std::numeric_limits<double>::infinity();  ///< earliest time, epoch seconds
     double to = std::numeric_limits<double>::infinity();     ///< latest time
-    double lateness = 60.0;  ///< how far a file's picks may be out of order, s
+    double lateness = 60.0;   ///< how far a file's picks may be out of order, s
+    PickFileOptions files{};  ///< what files leave open
 };
 
 /// Picks of several files, each in order of time up to the lateness, as one such stream.

@@ -1,6 +1,7 @@
 // Files whose rows are lines, and lines that come from elsewhere.
 #include <algorithm>
 
+#include "../support/say.h"
 #include "pick_format.h"
 
 namespace velorix::assoc {
@@ -8,13 +9,15 @@ namespace velorix::assoc {
 /// The format as far as it is known, for lines one behind the other.
 class PickLines::State {
   public:
-    explicit State(std::string given) : name_(std::move(given)) {}
+    State(std::string given, const PickFileOptions& options,
+          std::unique_ptr<LineFormat> format = nullptr)
+        : name_(std::move(given)), options_(options), format_(std::move(format)) {}
 
     /// `place` is "NAME:LINE".
     ReadResult take(std::string_view line, bool cut, const std::string& place,
                     std::vector<Pick>& picks, std::string& error) {
         if (!format_) {
-            Header header = recognise_line(line);
+            Header header = recognise_line(line, options_);
             format_ = std::move(header.format);
             headless_ = format_ || header.why.empty() ? "" : place + ": " + header.why;
             if (!headless_.empty() && !header.comment) error = headless_;
@@ -22,7 +25,11 @@ class PickLines::State {
             if (!header.row) return ReadResult::pick;
         }
         std::string why = line.find('\0') == line.npos ? "" : "binary data";
-        if (why.empty() && format_->take(line, cut, picks, why)) return ReadResult::pick;
+        if (why.empty() && format_->take(line, cut, picks, why)) {
+            if (!format_->remark.empty()) complain(place + ": " + format_->remark);
+            format_->remark.clear();
+            return ReadResult::pick;
+        }
         error = place + ": " + why;
         return ReadResult::bad;
     }
@@ -33,11 +40,13 @@ class PickLines::State {
 
   private:
     std::string name_, headless_;
+    PickFileOptions options_;
     std::unique_ptr<LineFormat> format_;
     long line_ = 0;
 };
 
-PickLines::PickLines(std::string name) : state_(std::make_unique<State>(std::move(name))) {}
+PickLines::PickLines(std::string name, const PickFileOptions& options)
+    : state_(std::make_unique<State>(std::move(name), options)) {}
 PickLines::~PickLines() = default;
 PickLines::PickLines(PickLines&&) noexcept = default;
 
@@ -50,8 +59,9 @@ namespace {
 
 class LineReader : public PickReader {
   public:
-    explicit LineReader(std::unique_ptr<ByteSource> source)
-        : source_(std::move(source)), state_(source_->name()) {}
+    LineReader(std::unique_ptr<ByteSource> source, const PickFileOptions& options,
+               std::unique_ptr<LineFormat> format)
+        : source_(std::move(source)), state_(source_->name(), options, std::move(format)) {}
 
     ReadResult next(Pick& pick, std::string& error) override {
         while (given_ == picks_.size()) {
@@ -123,8 +133,10 @@ class SortedReader : public PickReader {
 
 }  // namespace
 
-std::unique_ptr<PickReader> make_line_reader(std::unique_ptr<ByteSource> source) {
-    return std::make_unique<LineReader>(std::move(source));
+std::unique_ptr<PickReader> make_line_reader(std::unique_ptr<ByteSource> source,
+                                             const PickFileOptions& options,
+                                             std::unique_ptr<LineFormat> format) {
+    return std::make_unique<LineReader>(std::move(source), options, std::move(format));
 }
 
 std::unique_ptr<PickReader> make_sorted_reader(std::unique_ptr<PickReader> reader) {

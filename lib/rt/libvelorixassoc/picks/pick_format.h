@@ -24,6 +24,8 @@ class LineFormat {
     virtual bool take(std::string_view line, bool cut, std::vector<Pick>& picks,
                       std::string& why) = 0;
     virtual const char* kind() const = 0;
+
+    std::string remark;  ///< of the last line, for the log: odd, and no reason to refuse it
 };
 
 /// What the first lines tell about the format.
@@ -35,19 +37,50 @@ struct Header {
 };
 
 /// Looks at a line in front of which no format was known.
-Header recognise_line(std::string_view line);
+Header recognise_line(std::string_view line, const PickFileOptions& options);
 
 // One for each kind of line.
 Header recognise_csv(std::string_view line);
 bool looks_like_css(std::string_view line);
 std::unique_ptr<LineFormat> make_css_format();
+bool looks_like_json(std::string_view line);
+std::unique_ptr<LineFormat> make_json_format();
+// CSV of programs whose rows hold several picks; false, or nothing, when the header is not theirs.
+bool looks_like_eqtransformer(std::string_view line);
+Header recognise_eqtransformer(std::string_view line);
+bool looks_like_phasenet_samples(std::string_view line);
+Header recognise_phasenet_samples(std::string_view line, const PickFileOptions& options);
+// Phases grouped by event.
+bool looks_like_real_phases(std::string_view line);
+std::unique_ptr<LineFormat> make_real_phase_format();
+bool looks_like_hypodd(std::string_view line);
+std::unique_ptr<LineFormat> make_hypodd_format();
+bool looks_like_nonlinloc(std::string_view line);
+std::unique_ptr<LineFormat> make_nonlinloc_format();
+bool looks_like_hypoinverse(std::string_view line);
+std::unique_ptr<LineFormat> make_hypoinverse_format();
+/// Two-digit years: another layout under the same name.
+bool looks_like_old_hypoinverse(std::string_view line);
+
+/// REAL's picks of one station and phase, NET.STA.P.txt: the name says which, the folder the day.
+bool is_real_pick_file(std::string_view path);
+/// Null, with `error` set, when no day is known.
+std::unique_ptr<LineFormat> make_real_pick_format(std::string_view path,
+                                                  const PickFileOptions& options,
+                                                  std::string& error);
 
 // Kinds that are read as a whole or element by element. Null with `error` set.
-std::unique_ptr<PickReader> make_line_reader(std::unique_ptr<ByteSource> source);
+/// Lines of a known format, or (null) of one that the first lines tell.
+std::unique_ptr<PickReader> make_line_reader(std::unique_ptr<ByteSource> source,
+                                             const PickFileOptions& options,
+                                             std::unique_ptr<LineFormat> format);
 std::unique_ptr<PickReader> make_quakeml_reader(std::unique_ptr<ByteSource> source,
                                                 std::string& error);
 std::unique_ptr<PickReader> make_toml_reader(std::unique_ptr<ByteSource> source,
                                              std::string& error);
+/// The pick files in a folder as REAL and EQTransformer leave them, each day by time.
+std::unique_ptr<PickReader> make_folder_reader(const std::string& folder,
+                                               const PickFileOptions& options, std::string& error);
 
 /// A reader that holds all picks of another and gives them in order of time.
 std::unique_ptr<PickReader> make_sorted_reader(std::unique_ptr<PickReader> reader);

@@ -42,7 +42,7 @@ bool PickStream::Merge::open(const PickStreamOptions& options) {
         std::string error;
         Input input;
         input.path = path;
-        input.reader = open_picks(path, error);
+        input.reader = open_picks(path, error, options.files);
         if (!input.reader) return fail(error);
         if (options.sorted.count(path)) {
             input.reader = make_sorted_reader(std::move(input.reader));

@@ -8,7 +8,7 @@
 namespace velorix::assoc {
 
 // A day within, so that an event may precede its picks.
-static bool in_calendar(double seconds) {
+bool in_calendar(double seconds) {
     constexpr double kFirst = -62135510400.0;  // 0001-01-02
     constexpr double kLast = 253402214400.0;   // 9999-12-31
     return seconds >= kFirst && seconds <= kLast;
@@ -50,8 +50,17 @@ std::optional<double> epoch(std::string_view text) {
     return in_calendar(value) ? std::optional(value) : std::nullopt;
 }
 
-// Civil date of a day number since 1970: Howard Hinnant, "chrono-compatible low-level date
-// algorithms" (2013).
+// Day number since 1970 and back: Howard Hinnant, "chrono-compatible low-level date algorithms"
+// (2013).
+double midnight(long long year, long long month, long long day) {
+    const long long y = month <= 2 ? year - 1 : year;
+    const long long era = (y >= 0 ? y : y - 399) / 400;
+    const long long yoe = y - era * 400;
+    const long long doy = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
+    const long long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return static_cast<double>(era * 146097 + doe - 719468) * 86400.0;
+}
+
 std::string iso_time(double seconds, int decimals) {
     const double scale = std::pow(10.0, decimals);
     const double ticks = std::round(seconds * scale);
