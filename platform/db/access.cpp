@@ -4,6 +4,7 @@
 #include <new>
 
 #include "platform/db/db.h"
+#include "platform/db/fdsn_epochs.h"
 #include "platform/db/internal.h"
 #include "platform/elog/elog.h"
 
@@ -66,7 +67,7 @@ Read read_catalogue(const Place& place, const Schema& schema, Rows& rows) {
             return read_css(place.path, schema, rows);
         case Format::sqlite:
             return read_sqlite(place.path, schema, rows);
-        case Format::fdsn:
+        default:
             break;
     }
     elog_log(0, "dblookup: %s: a station text has no table %s\n", place.path.c_str(), schema.name);
@@ -78,6 +79,19 @@ void load_catalogue(Database& database, int table) {
     const Read read = read_catalogue(database.place, schema_of(table), fresh);
     database.catalogue[table] = std::move(fresh);
     database.state[table] = read;
+}
+
+Read read_epochs(const Place& place, const char* table, Tables& tables) {
+    using Reader = Read (*)(const std::string&, std::vector<Site>&);
+    const Reader reader = place.format == Format::xml      ? read_station_xml
+                          : place.format == Format::csv    ? read_station_csv
+                          : place.format == Format::json   ? read_station_json
+                          : place.format == Format::gtsrce ? read_gtsrce
+                                                           : read_fdsn;
+    std::vector<Site> epochs;
+    const Read read = reader(place.path, epochs);
+    if (read != Read::good) return read;
+    return make_table(std::move(epochs), place.path, table, tables) ? read : Read::malformed;
 }
 
 void load_stations(Database& database, int table) {
@@ -92,8 +106,8 @@ void load_stations(Database& database, int table) {
         case Format::sqlite:
             read = read_sqlite(path, name, fresh);
             break;
-        case Format::fdsn:
-            read = read_fdsn(path, name, fresh);
+        default:
+            read = read_epochs(database.place, name, fresh);
             break;
     }
     if (table == kSite) {

@@ -1,10 +1,6 @@
 // FDSN station text (fdsnws-station, format=text; FDSN Web Service Specifications 1.2), level
 // station or channel. One line an epoch; `site` wants one row a place and day.
-#include <set>
-
-#include "platform/db/fdsn_epochs.h"
 #include "platform/db/internal.h"
-#include "platform/timeconv/timeconv.h"
 
 namespace velorix::db {
 namespace {
@@ -25,30 +21,6 @@ std::vector<std::string_view> split(std::string_view line) {
     }
 }
 
-// A coordinate; an empty one is null.
-bool parse_number(std::string_view text, const char* name, const RowPlace& at, double& value) {
-    const auto number = text.empty() ? kNull : to_double(text);
-    if (!number) {
-        return malformed(at, std::string(name) + " '" + std::string(text) + "' is not a number");
-    }
-    value = *number;
-    return true;
-}
-
-// Day number of a time; an empty time and one of the year 2100 or later are open.
-bool parse_day(std::string_view text, const char* name, const RowPlace& at, long& day) {
-    constexpr long first_open_day = 2100001;
-    day = -1;
-    if (text.empty()) return true;
-    double epoch = 0.0;
-    if (zstr2epoch(std::string(text).c_str(), &epoch) < 0) {
-        return malformed(at, std::string(name) + " '" + std::string(text) + "' is not a time");
-    }
-    day = yearday(epoch);
-    if (day >= first_open_day) day = -1;
-    return true;
-}
-
 bool parse_epoch(std::string_view line, const RowPlace& at, Site& epoch) {
     const auto fields = split(line);
     Columns columns;
@@ -61,9 +33,9 @@ bool parse_epoch(std::string_view line, const RowPlace& at, Site& epoch) {
     epoch.net = fields[columns.net];
     epoch.code = fields[columns.sta];
     epoch.line = at.line;
-    if (!parse_number(fields[columns.lat], "latitude", at, epoch.lat) ||
-        !parse_number(fields[columns.lon], "longitude", at, epoch.lon) ||
-        !parse_number(fields[columns.elev], "elevation", at, epoch.elev) ||
+    if (!parse_coordinate(fields[columns.lat], "latitude", at, epoch.lat) ||
+        !parse_coordinate(fields[columns.lon], "longitude", at, epoch.lon) ||
+        !parse_coordinate(fields[columns.elev], "elevation", at, epoch.elev) ||
         !parse_day(fields[columns.start], "start time", at, epoch.ondate) ||
         !parse_day(fields[columns.end], "end time", at, epoch.offdate)) {
         return false;
@@ -73,8 +45,9 @@ bool parse_epoch(std::string_view line, const RowPlace& at, Site& epoch) {
     return fault.empty() || malformed(at, fault);
 }
 
-// Every line of a text.
-Read read_epochs(const std::string& path, std::vector<Site>& epochs) {
+}  // namespace
+
+Read read_fdsn(const std::string& path, std::vector<Site>& epochs) {
     const auto text = read_text(path);
     if (!text) return Read::absent;
     std::string_view line;
@@ -87,25 +60,6 @@ Read read_epochs(const std::string& path, std::vector<Site>& epochs) {
         epochs.push_back(std::move(epoch));
     }
     return Read::good;
-}
-
-}  // namespace
-
-Read read_fdsn(const std::string& path, std::string_view table, Tables& tables) {
-    std::vector<Site> epochs;
-    const Read read = read_epochs(path, epochs);
-    if (read != Read::good) return read;
-    if (!name_stations(epochs, path)) return Read::malformed;
-    if (table == "affiliation") {
-        std::set<std::string> seen;
-        for (const Site& epoch : epochs) {
-            if (seen.insert(epoch.sta).second) tables.affiliation.push_back({epoch.net, epoch.sta});
-        }
-        return read;
-    }
-    tables.site_file = path;
-    tables.site = join_epochs(std::move(epochs), path);
-    return read;
 }
 
 }  // namespace velorix::db

@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 #include <map>
+#include <set>
 #include <tuple>
 
 #include "platform/elog/elog.h"
@@ -148,7 +149,8 @@ bool name_stations(std::vector<Site>& epochs, const std::string& path) {
             first, order.end(), [&](const Site* other) { return other->code != (*first)->code; });
         const bool shared = (*first)->net != (*(end - 1))->net;
         for (; first != end; ++first)
-            (*first)->sta = shared ? (*first)->net + "_" + (*first)->code : (*first)->code;
+            (*first)->sta = shared && !(*first)->net.empty() ? (*first)->net + "_" + (*first)->code
+                                                             : (*first)->code;
     }
     std::sort(order.begin(), order.end(), by_station_and_line);
     const auto twice =
@@ -181,6 +183,22 @@ std::vector<Site> join_epochs(std::vector<Site> epochs, const std::string& path)
         return std::tie(a.line, a.ondate) < std::tie(b.line, b.ondate);
     });
     return rows;
+}
+
+bool make_table(std::vector<Site> epochs, const std::string& path, std::string_view table,
+                Tables& tables) {
+    if (!name_stations(epochs, path)) return false;
+    if (table == "affiliation") {
+        std::set<std::string> seen;
+        for (const Site& epoch : epochs) {
+            if (epoch.net.empty() || !seen.insert(epoch.sta).second) continue;
+            tables.affiliation.push_back({epoch.net, epoch.sta});
+        }
+        return true;
+    }
+    tables.site_file = path;
+    tables.site = join_epochs(std::move(epochs), path);
+    return true;
 }
 
 }  // namespace velorix::db

@@ -19,6 +19,10 @@ bool name_stations(std::vector<Site>& epochs, const std::string& path);
  */
 std::vector<Site> join_epochs(std::vector<Site> epochs, const std::string& path);
 
+/// Fills `site` or `affiliation` from epochs. False after a logged line.
+bool make_table(std::vector<Site> epochs, const std::string& path, std::string_view table,
+                Tables& tables);
+
 }  // namespace velorix::db
 
 #endif

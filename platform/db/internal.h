@@ -41,7 +41,7 @@ struct Tables {
     std::vector<Affiliation> affiliation;
 };
 
-enum class Format { css, sqlite, fdsn };
+enum class Format { css, sqlite, fdsn, xml, csv, json, gtsrce };
 
 /// A database that has been recognised: what it is and where.
 struct Place {
@@ -63,7 +63,16 @@ Read read_css(const std::string& prefix, std::string_view table, Tables& tables)
 Read read_css(const std::string& prefix, const Schema& schema, Rows& rows);
 Read read_sqlite(const std::string& path, std::string_view table, Tables& tables);
 Read read_sqlite(const std::string& path, const Schema& schema, Rows& rows);
-Read read_fdsn(const std::string& path, std::string_view table, Tables& tables);
+// Files of epochs of stations: no tables yet, but what they are made of.
+Read read_fdsn(const std::string& path, std::vector<Site>& epochs);
+Read read_station_xml(const std::string& path, std::vector<Site>& epochs);
+Read read_station_csv(const std::string& path, std::vector<Site>& epochs);
+Read read_station_json(const std::string& path, std::vector<Site>& epochs);
+Read read_gtsrce(const std::string& path, std::vector<Site>& epochs);
+
+/// Whether a line is the header of a CSV file of stations, or says that it is a NonLinLoc source.
+bool is_station_header(std::string_view line);
+bool is_gtsrce(std::string_view line);
 
 /// Where a row stands, for messages: "file:line".
 struct RowPlace {
@@ -72,6 +81,12 @@ struct RowPlace {
 };
 /// Logs "dblookup: file:line: what" and returns false.
 bool malformed(const RowPlace& at, const std::string& what);
+/// A coordinate of a text; an empty one is null. False after a logged line, which ends in `column`.
+bool parse_coordinate(std::string_view text, const char* name, const RowPlace& at, double& value,
+                      const std::string& column = "");
+/// Day number of a time; an empty time and one of the year 2100 or later are open (-1).
+bool parse_day(std::string_view text, const char* name, const RowPlace& at, long& day,
+               const std::string& column = "");
 /// What is wrong with a network's and a station's code; empty when nothing.
 std::string fault_of_codes(const std::string& net, const std::string& sta);
 /// Adds a row whose codes can be codes; else logs and returns false.
@@ -87,6 +102,13 @@ void complain_of_days(const Tables& tables);
 bool is_text(std::string_view line, const RowPlace& at);
 
 std::string_view trimmed(std::string_view text);
+std::string lower_case(std::string_view text);
+/// " (column 12)": where a piece of a line begins, counted from 1 in bytes.
+std::string at_column(std::string_view line, std::string_view piece);
+/// Words between blanks; views into the line.
+std::vector<std::string_view> words_of(std::string_view line);
+/// Splits NET.STA.LOC.CHA, NET.STA or NET_STA; a bare code is a station without a network.
+void take_codes(std::string_view text, Site& epoch);
 /// Whole-text numbers, independent of the locale.
 std::optional<double> to_double(std::string_view text);
 std::optional<long> to_long(std::string_view text);

@@ -1,4 +1,4 @@
-// Which of the three kinds of database a name stands for, by looking at what is there.
+// Which kind of database a name stands for, by looking at what is there.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -86,6 +86,23 @@ bool looks_like_fdsn(std::string_view text) {
     return false;
 }
 
+// Which kind of station file of other programs a text is, by its first line that is no comment; a
+// control file of NonLinLoc may begin with other statements.
+std::optional<Format> foreign_format(std::string_view text) {
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    const std::string_view words = trimmed(text);
+    if (words.starts_with('<')) return Format::xml;
+    if (words.starts_with('{')) return Format::json;
+    std::string_view line;
+    bool first = true;
+    for (Lines lines(text); lines.next(line);) {
+        if (is_gtsrce(line)) return Format::gtsrce;
+        if (first && is_station_header(line)) return Format::csv;
+        if (trimmed(line).front() != '#') first = false;
+    }
+    return std::nullopt;
+}
+
 std::optional<std::string> head(const std::string& path) {
     const velorix::Owned<FILE, std::fclose> file(std::fopen(path.c_str(), "rb"));
     if (!file) {
@@ -110,11 +127,14 @@ std::optional<Place> by_content(const std::string& name, bool has_site_file) {
         return Place{Format::css, name.substr(0, name.size() - std::strlen(kSiteEnding))};
     const bool binary = bytes->find('\0') != std::string::npos;
     if (!binary && looks_like_fdsn(*bytes)) return Place{Format::fdsn, name};
+    const auto foreign = binary ? std::nullopt : foreign_format(*bytes);
+    if (foreign) return Place{*foreign, name};
     if (has_site_file || has_catalogue_file(name)) return Place{Format::css, name};
     if (const auto prefix = catalogue_prefix(name)) return Place{Format::css, *prefix};
     if (bytes->empty()) return refuse(name, "is empty");
     return refuse(name,
-                  "is neither a CSS3.0 database, a SQLite 3 file nor an FDSN station text file");
+                  "is neither a CSS3.0 database, a SQLite 3 file, an FDSN station text file nor "
+                  "stations of another program (StationXML, CSV, JSON, GTSRCE)");
 }
 
 }  // namespace

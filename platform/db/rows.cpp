@@ -4,6 +4,7 @@
 
 #include "platform/db/internal.h"
 #include "platform/elog/elog.h"
+#include "platform/timeconv/timeconv.h"
 
 namespace velorix::db {
 namespace {
@@ -42,6 +43,15 @@ std::string fault_of_days(const Site& row) {
     return fault.empty() ? fault_of_day("offdate", row.offdate) : fault;
 }
 
+// The commonest reasons for a value out of its range.
+const char* hint_of(const Site& row) {
+    if (std::fabs(row.lat) > 90.0 && std::fabs(row.lon) <= 90.0)
+        return ": latitude and longitude may have been exchanged";
+    if (row.elev > kHighestElevation || row.elev < kLowestElevation)
+        return ": metres may have been taken for km";
+    return "";
+}
+
 std::string fault_of_value(const char* name, double value, double low, double high) {
     if (std::isnan(value)) return std::string(name) + " is null";
     if (value >= low && value <= high) return {};
@@ -58,6 +68,72 @@ std::string_view trimmed(std::string_view text) {
     const size_t first = text.find_first_not_of(blanks);
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::string lower_case(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return out;
+}
+
+std::string at_column(std::string_view line, std::string_view piece) {
+    return " (column " + std::to_string(piece.data() - line.data() + 1) + ")";
+}
+
+std::vector<std::string_view> words_of(std::string_view line) {
+    constexpr std::string_view blanks = " \t\r\v\f";
+    std::vector<std::string_view> words;
+    for (size_t at = line.find_first_not_of(blanks); at != line.npos;) {
+        const size_t end = std::min(line.find_first_of(blanks, at), line.size());
+        words.push_back(line.substr(at, end - at));
+        at = line.find_first_not_of(blanks, end);
+    }
+    return words;
+}
+
+void take_codes(std::string_view text, Site& epoch) {
+    constexpr size_t longest_network = 2;
+    size_t at = text.find('.');
+    if (at == text.npos) {
+        at = text.find('_');
+        if (at > longest_network) at = text.npos;
+    }
+    if (at == 0 || at == text.npos) {
+        epoch.code = text;
+        return;
+    }
+    const char between = text[at];
+    epoch.net = text.substr(0, at);
+    text.remove_prefix(at + 1);
+    epoch.code = text.substr(0, text.find(between));
+}
+
+bool parse_coordinate(std::string_view text, const char* name, const RowPlace& at, double& value,
+                      const std::string& column) {
+    const auto number = text.empty() ? kNull : to_double(text);
+    if (!number) {
+        return malformed(
+            at, std::string(name) + " '" + std::string(text) + "' is not a number" + column);
+    }
+    value = *number;
+    return true;
+}
+
+bool parse_day(std::string_view text, const char* name, const RowPlace& at, long& day,
+               const std::string& column) {
+    constexpr long first_open_day = 2100001;
+    day = -1;
+    if (text.empty()) return true;
+    double epoch = 0.0;
+    if (zstr2epoch(std::string(text).c_str(), &epoch) < 0) {
+        return malformed(at,
+                         std::string(name) + " '" + std::string(text) + "' is not a time" + column);
+    }
+    day = yearday(epoch);
+    if (day >= first_open_day) day = -1;
+    return true;
 }
 
 std::optional<double> to_double(std::string_view text) {
@@ -114,7 +190,7 @@ std::string fault_of(const Site& row) {
           fault_of_value("latitude", row.lat, -90.0, 90.0),
           fault_of_value("longitude", row.lon, -360.0, 360.0),
           fault_of_value("elevation (km)", row.elev, kLowestElevation, kHighestElevation)}) {
-        if (!fault.empty()) return fault;
+        if (!fault.empty()) return fault + hint_of(row);
     }
     return {};
 }

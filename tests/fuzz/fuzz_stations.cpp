@@ -1,5 +1,6 @@
 // Station databases. Built once per kind: VELORIX_FUZZ_KIND is 'c' (CSS3.0 flat files), 'f' (FDSN
-// text) or 's' (SQLite). Every table of the schema is looked up and read, and the stations chosen.
+// text), 's' (SQLite) or 'o' (files of other programs, told apart by content). Every table of the
+// schema is looked up and read, and the stations chosen.
 #include <cstring>
 #include <string>
 

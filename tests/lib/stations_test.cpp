@@ -168,10 +168,10 @@ TEST(Stations, ARowThatCannotBeAStationFailsOnlyWhenItIsChosen) {
     } rows[] = {
         {"AAA     2000001  2009365 -999.0000    0.0000    0.0000\n", "latitude is null"},
         {"AAA     2000001  2009365   95.0000    0.0000    0.0000\n",
-         "latitude 95 is not between -90 and 90"},
+         "latitude 95 is not between -90 and 90: latitude and longitude may have been exchanged"},
         {"AAA     2000001  2009365   10.0000 -999.0000    0.0000\n", "longitude is null"},
         {"AAA     2000001  2009365   10.0000    0.0000 2500.0000\n",
-         "elevation (km) 2500 is not between -12 and 10"},
+         "elevation (km) 2500 is not between -12 and 10: metres may have been taken for km"},
     };
     for (const auto& [row, fault] : rows) {
         const std::string db = folder.write("t.site", row + good);

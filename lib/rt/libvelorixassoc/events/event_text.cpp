@@ -69,14 +69,14 @@ const char* lack_name(Lack lack) { return kLacks[static_cast<size_t>(lack)].name
 const char* lack_text(Lack lack) { return kLacks[static_cast<size_t>(lack)].text; }
 
 std::string reason_text(const LeftOut& left) {
-    const std::string text = kReasons[static_cast<size_t>(left.reason)].text;
+    std::string text = kReasons[static_cast<size_t>(left.reason)].text;
     if (left.reason == Reason::beyond_limit) return text + format(" %.2f s", left.limit);
     if (left.reason == Reason::label) return text + " '" + left.pick.phase + "'";
     return text;
 }
 
 std::string verdict_text(const Verdict& v) {
-    const std::string text = lack_text(v.lack);
+    std::string text = lack_text(v.lack);
     const int have = static_cast<int>(v.have), need = static_cast<int>(v.need);
     switch (v.lack) {
         case Lack::picks_in_window:

@@ -146,7 +146,8 @@ Tracks::Track* Tracks::blocking(const std::vector<Proposal>& proposals) {
 }
 
 void Tracks::announce(Proposal proposal, double now) {
-    Track track{.number = ++made_, .id = new_id(proposal, now), .proposal = std::move(proposal)};
+    std::string id = new_id(proposal, now);
+    Track track{.number = ++made_, .id = std::move(id), .proposal = std::move(proposal)};
     tracks_.push_back(std::move(track));
     claim(tracks_.back());
     report(tracks_.back(), Kind::announced);

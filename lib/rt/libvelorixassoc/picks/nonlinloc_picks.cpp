@@ -46,8 +46,8 @@ bool parse(const Words& words, Pick& pick, std::string& why) {
         return false;
     }
     // Below 0 or above 60 where phases of an event count from one minute.
-    pick.time = midnight(date / 10000, month, day) +
-                static_cast<double>(clock / 100 * 3600 + clock % 100 * 60) + seconds;
+    const long long minutes = clock / 100 * 60 + clock % 100;
+    pick.time = midnight(date / 10000, month, day) + 60.0 * static_cast<double>(minutes) + seconds;
     if (!in_calendar(pick.time)) {
         why = "'" + std::string(words[kSeconds]) + "' is out of all time" + words.place(kSeconds);
         return false;
