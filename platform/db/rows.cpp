@@ -43,12 +43,14 @@ std::string fault_of_days(const Site& row) {
     return fault.empty() ? fault_of_day("offdate", row.offdate) : fault;
 }
 
+// No height or depth of a station in km comes near it; most heights in metres exceed it.
+constexpr double kSurelyMetres = 20.0;
+
 // The commonest reasons for a value out of its range.
 const char* hint_of(const Site& row) {
     if (std::fabs(row.lat) > 90.0 && std::fabs(row.lon) <= 90.0)
         return ": latitude and longitude may have been exchanged";
-    if (row.elev > kHighestElevation || row.elev < kLowestElevation)
-        return ": metres may have been taken for km";
+    if (std::fabs(row.elev) > kSurelyMetres) return ": metres may have been taken for km";
     return "";
 }
 
