@@ -1,6 +1,12 @@
 #include "platform/pmtcomp/pmtcomp.h"
 
+#include <sched.h>
+
+#include <algorithm>
+#include <charconv>
 #include <condition_variable>
+#include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <new>
@@ -102,6 +108,23 @@ void list_and_start(Pmtcomp& group) {
 }
 
 }  // namespace
+
+extern "C" int pmtcomp_threads(void) {
+    const char* const text = std::getenv("VELORIX_THREADS");
+    if (!text || !*text) {
+        cpu_set_t mine;
+        const bool known = sched_getaffinity(0, sizeof mine, &mine) == 0;
+        return known ? std::clamp(CPU_COUNT(&mine), 1, PMTCOMP_MOST_THREADS) : 1;
+    }
+    int threads = 0;
+    const char* const end = text + std::strlen(text);
+    const auto [rest, error] = std::from_chars(text, end, threads);
+    if (error == std::errc() && rest == end && threads >= 1 && threads <= PMTCOMP_MOST_THREADS)
+        return threads;
+    elog_log(0, "pmtcomp_threads: VELORIX_THREADS is '%.64s', expected 1 to %d.\n", text,
+             PMTCOMP_MOST_THREADS);
+    return -1;
+}
 
 extern "C" Pmtcomp* pmtcomp_new(int nthreads, pmtcomp_callback callback, void* const* user_data,
                                 int32_t nnodes) {

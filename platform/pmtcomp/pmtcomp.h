@@ -26,6 +26,17 @@ typedef struct Pmtcomp {
     struct PmtcompPool* pool;  ///< the service's own
 } Pmtcomp;
 
+/** Most threads that VELORIX_THREADS may ask for. */
+#define PMTCOMP_MOST_THREADS 4096
+
+/**
+ * How many threads work is to be split among when nobody says otherwise: the number in the
+ * environment variable VELORIX_THREADS (1 .. PMTCOMP_MOST_THREADS) or, without it, the processors
+ * that this process may run on.
+ * @return 1 or more; -1 after a logged line when the variable holds anything else
+ */
+int pmtcomp_threads(void);
+
 /**
  * Starts a group of workers.
  * @param[in] nthreads  number of workers, 1 or more

@@ -68,12 +68,21 @@ const PreparedPair* PairCache::insert(std::unique_ptr<PreparedPair> pair) {
     return kept;
 }
 
-OpenModel::OpenModel(const EarthModel& earth)
-    : earth_(earth),
-      p_table_(earth_, Family::kP),
-      s_table_(earth_, Family::kS),
-      deepest_(std::min(earth.cmb, kEarthRadius - p_table_.profile().radius(1))),
-      visits_(kVisits) {}
+ModelRays::ModelRays(const EarthModel& model)
+    : earth(model),
+      p(earth, Family::kP),
+      s(earth, Family::kS),
+      deepest(std::min(model.cmb, kEarthRadius - p.profile().radius(1))) {}
+
+PreparedPair ModelRays::prepare(double r_low, double r_high) const {
+    const Pair p_pair(p, earth, r_low, r_high), s_pair(s, earth, r_low, r_high);
+    return {r_low, r_high, Curves(p_pair, Family::kP), Curves(s_pair, Family::kS)};
+}
+
+OpenModel::OpenModel(const EarthModel& earth) : OpenModel(std::make_shared<ModelRays>(earth)) {}
+
+OpenModel::OpenModel(std::shared_ptr<const ModelRays> rays)
+    : rays_(std::move(rays)), visits_(kVisits) {}
 
 // True once a depth has been asked for so often that preparing it pays.
 bool OpenModel::asked_often(double r_low) {
@@ -86,20 +95,19 @@ const PreparedPair* OpenModel::prepare(double r_low, double r_high, bool at_surf
     if (latest_ != nullptr && latest_->r_low == r_low && latest_->r_high == r_high) return latest_;
     if (const PreparedPair* found = cache_.find(r_low, r_high)) return latest_ = found;
     if (at_surface && !asked_often(r_low)) return nullptr;
-    const Pair p(p_table_, earth_, r_low, r_high), s(s_table_, earth_, r_low, r_high);
-    latest_ = cache_.insert(std::unique_ptr<PreparedPair>(
-        new PreparedPair{r_low, r_high, Curves(p, Family::kP), Curves(s, Family::kS)}));
+    latest_ = cache_.insert(std::make_unique<PreparedPair>(rays_->prepare(r_low, r_high)));
     return latest_;
 }
 
 void OpenModel::arrivals(double r_low, double r_high, double distance, bool want_p, bool want_s,
                          std::vector<Arrival>& out) {
     out.clear();
+    const RayTable &p_table = rays_->p, &s_table = rays_->s;
     const bool lifted = r_low <= kEarthRadius && r_high > kEarthRadius;
     const double height = lifted ? r_high - kEarthRadius : 0.0;
     if (height != lift_height_) {
-        p_lift_ = Lift(p_table_.profile(), height);
-        s_lift_ = Lift(s_table_.profile(), height);
+        p_lift_ = Lift(p_table.profile(), height);
+        s_lift_ = Lift(s_table.profile(), height);
         lift_height_ = height;
     }
     const double end = lifted ? kEarthRadius : r_high;
@@ -109,13 +117,15 @@ void OpenModel::arrivals(double r_low, double r_high, double distance, bool want
         if (want_s) prepared->s.arrivals(s_lift_, distance, out);
     } else {
         if (want_p)
-            search_arrivals(Pair(p_table_, earth_, r_low, end), Family::kP, p_lift_, distance, out);
+            search_arrivals(Pair(p_table, rays_->earth, r_low, end), Family::kP, p_lift_, distance,
+                            out);
         if (want_s)
-            search_arrivals(Pair(s_table_, earth_, r_low, end), Family::kS, s_lift_, distance, out);
+            search_arrivals(Pair(s_table, rays_->earth, r_low, end), Family::kS, s_lift_, distance,
+                            out);
     }
     if (r_low == r_high && distance < 1e-12) {
-        if (want_p) add_zero_arrival(Pair(p_table_, earth_, r_low, end), Family::kP, out);
-        if (want_s) add_zero_arrival(Pair(s_table_, earth_, r_low, end), Family::kS, out);
+        if (want_p) add_zero_arrival(Pair(p_table, rays_->earth, r_low, end), Family::kP, out);
+        if (want_s) add_zero_arrival(Pair(s_table, rays_->earth, r_low, end), Family::kS, out);
     }
     sort_by_time(out);
 }

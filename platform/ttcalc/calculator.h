@@ -44,16 +44,29 @@ class PairCache {
     size_t bytes_ = 0;
 };
 
-/// An open model.
+/// A model and its rays: read only once made, so that threads share one.
+struct ModelRays {
+    explicit ModelRays(const EarthModel& model);
+
+    EarthModel earth;
+    RayTable p, s;
+    double deepest;  ///< km, the core's surface
+
+    const RayTable& table(Family family) const { return family == Family::kP ? p : s; }
+    /// The curves between two radii, the upper one at the surface or below the other's lift.
+    PreparedPair prepare(double r_low, double r_high) const;
+};
+
+/// An open model, of one thread.
 class OpenModel {
   public:
     explicit OpenModel(const EarthModel& earth);
+    explicit OpenModel(std::shared_ptr<const ModelRays> rays);
 
-    const EarthModel& earth() const { return earth_; }
-    const RayTable& table(Family family) const {
-        return family == Family::kP ? p_table_ : s_table_;
-    }
-    double deepest() const { return deepest_; }  ///< km, the core's surface
+    const std::shared_ptr<const ModelRays>& rays() const { return rays_; }
+    const EarthModel& earth() const { return rays_->earth; }
+    const RayTable& table(Family family) const { return rays_->table(family); }
+    double deepest() const { return rays_->deepest; }
 
     /// Adds the arrivals of the wanted families between two radii, r_low <= r_high, by time.
     void arrivals(double r_low, double r_high, double distance, bool want_p, bool want_s,
@@ -63,9 +76,7 @@ class OpenModel {
     const PreparedPair* prepare(double r_low, double r_high, bool at_surface);
     bool asked_often(double r_low);
 
-    EarthModel earth_;
-    RayTable p_table_, s_table_;
-    double deepest_;
+    std::shared_ptr<const ModelRays> rays_;
     PairCache cache_;
     const PreparedPair* latest_ = nullptr;
     Lift p_lift_, s_lift_;

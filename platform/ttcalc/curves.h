@@ -2,6 +2,7 @@
 #define VELORIX_TTCALC_CURVES_H
 // Arrivals between two radii at any distance: from curves prepared once, or by a single search.
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "platform/ttcalc/pair.h"
@@ -66,16 +67,19 @@ class Curves {
 
     size_t bytes() const;
 
-  private:
     struct Piece {
         Segment segment;
-        double nearest, farthest;  // rad, without a lift
-        double highest;            // largest distance of a lift
-        int ray;                   // its first ray; the second follows
+        double nearest, farthest;  ///< rad, without a lift
+        double highest;            ///< largest distance of a lift
+        int ray;                   ///< its first ray; the second follows
         double shape;
         Branch branch;
         bool upward, flat;
     };
+    std::span<const Piece> pieces() const { return pieces_; }
+    const Ray& ray(int i) const { return rays_[static_cast<size_t>(i)]; }
+
+  private:
     void add_run(const Pair& pair, const Run& run, const Lift& highest);
     void build_index();
     template <class Visit>

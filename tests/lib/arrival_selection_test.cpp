@@ -1,4 +1,4 @@
-#include "support/arrival_selection.h"
+#include "platform/ttcalc/arrival_selection.h"
 
 #include <gtest/gtest.h>
 

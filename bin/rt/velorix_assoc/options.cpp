@@ -1,4 +1,5 @@
 #include "options.h"
+#include "platform/pmtcomp/pmtcomp.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -24,7 +25,8 @@ struct Raw {
     std::vector<std::string> picks;
     std::string from, to, start, explain, format = "text";
     const CLI::Option *from_given = nullptr, *to_given = nullptr, *explain_given = nullptr,
-                      *format_given = nullptr, *start_given = nullptr, *rate_given = nullptr;
+                      *format_given = nullptr, *start_given = nullptr, *rate_given = nullptr,
+                      *threads_given = nullptr;
     bool version = false;
 };
 
@@ -34,7 +36,7 @@ void declare(CLI::App& app, Options& o, Raw& raw) {
     app.add_option("--picks", raw.picks, "pick files; - is standard input")->type_name("FILE");
     raw.from_given = app.add_option("--from", raw.from, "first pick time")->type_name("TIME");
     raw.to_given = app.add_option("--to", raw.to, "last pick time")->type_name("TIME");
-    app.add_option("--threads", o.threads, "threads of a scan")->type_name("N");
+    raw.threads_given = app.add_option("--threads", o.threads, "threads of a scan")->type_name("N");
     raw.format_given = app.add_option("--format", raw.format, "text, csv, json, quakeml or css")
                            ->type_name("FORMAT");
     app.add_option("--out", o.out, "output file; css: database name")->type_name("PATH");
@@ -101,6 +103,8 @@ Parsed check(Options& o, const Raw& raw) {
     if (*format == Format::css && o.out.empty() && !o.show_parameters) {
         return refuse("Format css needs --out.");
     }
+    if (raw.threads_given->count() == 0 && (o.threads = pmtcomp_threads()) < 1)
+        return Parsed::wrong;
     if (o.threads < 1 || o.threads > VELORIX_MOST_THREADS) {
         return refuse("--threads must be between 1 and " + std::to_string(VELORIX_MOST_THREADS) +
                       ".");

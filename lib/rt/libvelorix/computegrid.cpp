@@ -1,18 +1,25 @@
 // The travel-time pass: one function per table shape.
 #include <algorithm>
+#include <cstring>
+#include <new>
+#include <optional>
+#include <vector>
 
+#include "node_rows.h"
 #include "platform/elog/elog.h"
-#include "platform/geodesy/geodesy.h"
-#include "support/arrival_selection.h"
+#include "platform/ttcalc/arrival_selection.h"
+#include "support/arc.h"
 #include "support/grid_name.h"
 #include "support/grid_view.h"
-#include "support/units.h"
 #include "velorix_pvt.h"
 
 Hook* hook = nullptr;
 
 namespace velorix {
 namespace {
+
+// Fewer pairs are done before threads have their tables.
+constexpr int64_t kPairsForThreads = 50000;
 
 /// One pass over one grid.
 class Pass {
@@ -30,7 +37,11 @@ class Pass {
 
   private:
     bool store(const TTGeometry& geometry, double distance, int64_t entry, const char* station);
-    bool position(const Source& source, double depth, int64_t first_entry);
+    bool position(const Source& node, size_t first, int64_t row);
+    bool start_rows(const Source& first, int64_t pairs);
+    void copy_rows(const NodeRows& rows, int64_t first_entry, int64_t count);
+    template <class Done>
+    bool nodes(const std::vector<Source>& all, int64_t first_entry, Done done);
     void sample_distances(double mind, double ddist);
     bool sample_times(double mind, double ddist);
     void report(int genmode, double lat, double lon, double depth, double percent) const {
@@ -43,6 +54,7 @@ class Pass {
     const NameText method_;
     const NameText model_;
     Tbl* times_ = nullptr;  // the calculator's answer, owned by its state
+    std::optional<NodeRows> rows_;
 };
 
 /// Percentages of a counter that runs to `last`; a single step is all of it, none is nothing.
@@ -57,13 +69,6 @@ class Progress {
     bool single_;
     double scale_;
 };
-
-double degrees_between(const Station& station, const Source& source) {
-    double delta = 0.0;
-    dist(radians(station.lat), radians(station.lon), radians(source.lat), radians(source.lon),
-         &delta, nullptr);
-    return delta * kDegreesPerRadian;
-}
 
 // Asks the calculator for one pair and stores its first P and first S.
 bool Pass::store(const TTGeometry& geometry, double distance, int64_t entry, const char* station) {
@@ -86,43 +91,103 @@ bool Pass::store(const TTGeometry& geometry, double distance, int64_t entry, con
     return true;
 }
 
-// Every station of one position at one depth, from `first_entry` of the tables on.
-bool Pass::position(const Source& source, double depth, int64_t first_entry) {
-    TTGeometry geometry{{source.lat, source.lon, depth, 0.0, ""}, {}};
-    int64_t entry = first_entry;
-    for (const Station& station : stations(grid_)) {
+// The stations of one node from `first` on, one by one.
+bool Pass::position(const Source& node, size_t first, int64_t row) {
+    TTGeometry geometry{{node.lat, node.lon, node.depth, 0.0, ""}, {}};
+    for (size_t i = first; i < stations(grid_).size(); ++i) {
+        const Station& station = stations(grid_)[i];
+        const int64_t entry = row + static_cast<int64_t>(i);
         geometry.receiver = {station.lat, station.lon, -station.elev, 0.0, ""};
-        const double distance = degrees_between(station, source);
+        const double distance = arc_degrees(station.lat, station.lon, node.lat, node.lon);
         if (!store(geometry, distance, entry, station.sta)) return false;
         if (grid_.distances) grid_.distances[entry] = static_cast<float>(distance);
-        ++entry;
     }
     return true;
+}
+
+void Pass::copy_rows(const NodeRows& rows, int64_t first_entry, int64_t count) {
+    const auto bytes = static_cast<size_t>(count) * sizeof(float);
+    if (count == 0) return;
+    if (grid_.P_times) std::memcpy(grid_.P_times + first_entry, rows.p(), bytes);
+    if (grid_.S_times) std::memcpy(grid_.S_times + first_entry, rows.s(), bytes);
+    if (grid_.distances) std::memcpy(grid_.distances + first_entry, rows.distances(), bytes);
+}
+
+// Nodes whose rows stand one after another in the tables. What rows cannot hold is left to ttcalc,
+// which says why; when it can compute the entry after all, the pass goes on.
+template <class Done>
+bool Pass::nodes(const std::vector<Source>& all, int64_t first_entry, Done done) {
+    if (!rows_) {
+        for (size_t n = 0; n < all.size(); ++n) {
+            if (!position(all[n], 0, first_entry + static_cast<int64_t>(n) * grid_.ns))
+                return false;
+            done(n);
+        }
+        return true;
+    }
+    for (size_t n = 0; n < all.size();) {
+        const size_t count = std::min(rows_->most_nodes(), all.size() - n);
+        const int64_t entry = first_entry + static_cast<int64_t>(n) * grid_.ns;
+        const int64_t filled = rows_->compute(std::span(all).subspan(n, count));
+        copy_rows(*rows_, entry, filled);
+        const size_t whole = grid_.ns > 0 ? static_cast<size_t>(filled / grid_.ns) : count;
+        for (size_t k = 0; k < whole; ++k) done(n + k);
+        n += whole;
+        if (whole == count) continue;
+        const auto station = static_cast<size_t>(filled % grid_.ns);
+        if (!position(all[n], station, first_entry + static_cast<int64_t>(n) * grid_.ns))
+            return false;
+        done(n++);
+    }
+    return true;
+}
+
+// The first entry is ttcalc's: it opens the model, and says what is wrong with method and model.
+bool Pass::start_rows(const Source& first, int64_t pairs) {
+    if (grid_.ns < 1 || pairs < 1) return true;
+    const Station& station = stations(grid_)[0];
+    const TTGeometry geometry{{first.lat, first.lon, first.depth, 0.0, ""},
+                              {station.lat, station.lon, -station.elev, 0.0, ""}};
+    const double distance = arc_degrees(station.lat, station.lon, first.lat, first.lon);
+    if (!store(geometry, distance, 0, station.sta)) return false;
+    if (!grid_.P_times && !grid_.S_times) return true;
+    int threads = pmtcomp_threads();
+    if (threads < 1) return false;
+    if (pairs < kPairsForThreads) threads = 1;
+    rows_.emplace(grid_,
+                  NodeRows::Tables{grid_.P_times != nullptr, grid_.S_times != nullptr,
+                                   grid_.distances != nullptr},
+                  &hook, threads);
+    return rows_->is_ready();
 }
 
 bool Pass::general_mesh() {
-    const Progress progress(int64_t{grid_.ns} * grid_.nn - 1);
-    int64_t entry = 0;
-    for (int32_t node = 0; node < grid_.nn; ++node) {
-        const Source& source = grid_.sources[node];
-        if (!position(source, source.depth, entry)) return false;
-        entry += grid_.ns;
-        report(1, source.lat, source.lon, source.depth, progress.percent(entry));
-    }
-    return true;
+    const int64_t pairs = int64_t{grid_.ns} * grid_.nn;
+    const Progress progress(pairs - 1);
+    const std::vector<Source> all(grid_.sources, grid_.sources + std::max(grid_.nn, 0));
+    if (!all.empty() && !start_rows(all[0], pairs)) return false;
+    return nodes(all, 0, [&](size_t n) {
+        const Source& source = all[n];
+        report(1, source.lat, source.lon, source.depth,
+               progress.percent(static_cast<int64_t>(n + 1) * grid_.ns));
+    });
 }
 
 bool Pass::regular_mesh() {
-    const Progress progress(int64_t{grid_.ns} * grid_.nh - 1);
+    const int64_t in_layer = int64_t{grid_.ns} * grid_.nh;
+    const Progress progress(in_layer - 1);
     int64_t entry = 0;
     for (const double depth : depths(grid_)) {
-        int64_t in_layer = 0;
-        for (const Source& source : sources(grid_)) {
-            if (!position(source, depth, entry)) return false;
-            entry += grid_.ns;
-            in_layer += grid_.ns;
-            report(0, source.lat, source.lon, depth, progress.percent(in_layer));
-        }
+        std::vector<Source> layer(sources(grid_).begin(), sources(grid_).end());
+        for (Source& source : layer) source.depth = depth;
+        if (!rows_ && !layer.empty() && !start_rows(layer[0], in_layer * grid_.nd)) return false;
+        const bool filled = nodes(layer, entry, [&](size_t n) {
+            const Source& source = layer[n];
+            report(0, source.lat, source.lon, depth,
+                   progress.percent(static_cast<int64_t>(n + 1) * grid_.ns));
+        });
+        if (!filled) return false;
+        entry += in_layer;
     }
     return true;
 }
@@ -140,8 +205,8 @@ void Pass::sample_distances(double mind, double ddist) {
     int64_t entry = 0;
     for (const Source& source : sources(grid_)) {
         for (const Station& station : stations(grid_)) {
-            grid_.ttoffsets[entry++] =
-                nearest_sample(degrees_between(station, source), mind, ddist, last);
+            grid_.ttoffsets[entry++] = nearest_sample(
+                arc_degrees(station.lat, station.lon, source.lat, source.lon), mind, ddist, last);
         }
     }
 }
@@ -185,5 +250,9 @@ bool compute(Velorix& grid, velorix_progress callback) {
 }  // namespace velorix
 
 extern "C" int velorix_compute_travel_times(Velorix* grid, velorix_progress callback) {
-    return velorix::compute(*grid, callback) ? 0 : -1;
+    try {
+        return velorix::compute(*grid, callback) ? 0 : -1;
+    } catch (const std::bad_alloc&) {
+        return elog_log(1, "velorix_compute_travel_times: malloc() error.\n"), -1;
+    }
 }

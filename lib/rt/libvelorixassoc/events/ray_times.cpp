@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "platform/geodesy/geodesy.h"
-#include "support/arrival_selection.h"
+#include "platform/ttcalc/arrival_selection.h"
 #include "support/units.h"
 
 namespace velorix::assoc {

@@ -1,5 +1,5 @@
-#ifndef VELORIX_SUPPORT_ARRIVAL_SELECTION_H
-#define VELORIX_SUPPORT_ARRIVAL_SELECTION_H
+#ifndef VELORIX_TTCALC_ARRIVAL_SELECTION_H
+#define VELORIX_TTCALC_ARRIVAL_SELECTION_H
 // Which arrival of the calculator's answer is the first P, and which the first S.
 #include <cstring>
 
