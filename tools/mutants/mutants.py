@@ -22,14 +22,16 @@ AREAS = {
     "assoc": ("lib/rt/libvelorixassoc",
               ["assoc_rules_test", "assoc_association_test", "assoc_judge_test",
                "assoc_location_numbers_test", "assoc_pick_files_test", "assoc_catalogue_test",
-               "assoc_votes_test", "assoc_tracks_test", "assoc_location_test", "assoc_associator_test", "assoc_program_test",
-               "assoc_damaged_grid_test", "assoc_deliveries_test"]),
+               "assoc_votes_test", "assoc_tracks_test", "assoc_location_test",
+               "assoc_associator_test", "assoc_program_test", "assoc_damaged_grid_test",
+               "assoc_deliveries_test"]),
     "lib": ("lib/rt/libvelorix",
             ["arrival_selection_test", "backproj_test", "cluster_test", "associate_test",
              "picks_test", "weights_test", "search_params_test", "scan_test", "edp_test",
              "heap_test", "pass_test", "projection_test", "slow2d_test", "slowness_test",
              "source_list_test", "stations_test", "telegrid_test", "scan_skip_test",
-             "cases_test"]),
+             "check_times_test", "finite_times_test", "engine_memory_test", "info_test",
+             "tool_test", "tool_cases_test"]),
 }
 TIME_LIMIT = 240
 

@@ -8,7 +8,7 @@
 namespace velorix::assoc {
 namespace {
 
-// Picks farther off than so many limits are no question of an event.
+// Picks farther off than so many limits are no question of an event. 1.5 and 6: the same events.
 constexpr double kNear = 3.0;
 
 /// A pick as one phase.

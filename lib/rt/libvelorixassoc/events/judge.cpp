@@ -52,7 +52,8 @@ bool Proposer::at_work(size_t grid, int station, double origin, double known) co
 }
 
 double Proposer::passed(size_t grid, const Solution& solution) const {
-    constexpr double kSettled = 2.0;  // times the way to the farthest station
+    // Times the way to the farthest station: S is there by then. 1.2 and 3: the same final events.
+    constexpr double kSettled = 2.0;
     double farthest = 0.0;
     for (const Member& m : solution.members) {
         farthest = std::max(farthest, grids_[grid].times.times(solution.spot, m.station).p);

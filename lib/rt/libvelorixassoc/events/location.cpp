@@ -7,12 +7,21 @@
 namespace velorix::assoc {
 namespace {
 
-constexpr double kHuber = 1.5;  // residuals beyond this many deviations count linearly
+// Measured on Italian picks (two spans of four hours: 255 | 448 events, medians 0.6 km and 0.7 km
+// in depth from the agency's).
+
+// Residuals beyond this many deviations count linearly (Huber, 1964). 1: 253 | 446 events, 2.5: 257
+// | 450, places the same.
+constexpr double kHuber = 1.5;
+// A pick's weight halves at a travel time of this share of the window: models err with the way.
+// 0.2: 257 | 447 events, 0.5: 255 | 447, places the same.
 constexpr double kNearPart = 0.35;
-constexpr int kReweightings = 4;
-constexpr double kFirstStep = 2.0, kLastStep = 1.0 / 16.0;  // nodes
-constexpr size_t kLeastMembers = 4;                         // unknowns of a location
-constexpr double kAround = 3.0;                             // degrees
+constexpr int kReweightings = 4;  // 2: 256 events of the first span; 8: the same as 4
+// The search's steps, in nodes. First 1 or 4: the same places. Last 1/8: epicentres 0.2 km farther
+// off; 1/32: the same places for 5 % more time.
+constexpr double kFirstStep = 2.0, kLastStep = 1.0 / 16.0;
+constexpr size_t kLeastMembers = 4;  // unknowns of a location
+constexpr double kAround = 3.0;      // degrees
 
 double huber(double x) {
     const double a = std::fabs(x);

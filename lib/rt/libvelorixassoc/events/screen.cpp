@@ -6,15 +6,23 @@
 namespace velorix::assoc {
 namespace {
 
-constexpr int64_t kMostNodes = 600;     // of a regular mesh, both depths together
+// Measured on Italian picks (two spans of four hours: 255 | 448 events).
+
+// Of a regular mesh, both depths together; 300: 255 | 444 events, 1200: 254 | 446 for 8 % more
+// time.
+constexpr int64_t kMostNodes = 600;
 constexpr int64_t kMostSources = 1500;  // of a general mesh, which covers more ground
 // Bins are never finer than picks are timed: their number is that of the memory.
 constexpr double kLeastWidth = 0.01;  // s
+// Width of a bin, in half differences between nodes and in `cluster_twin`: 1 smear 254 | 445
+// events, 2 255 | 447; 0.3 twins 448 and 0.9 449 of the second span.
 constexpr double kSmears = 1.5, kTwins = 0.6;
 
 }  // namespace
 
 int least_votes(const GridRules& rules) {
+    // Part of an event's picks that screening's nodes see; 0.5: 260 | 454 events in 1.75 of the
+    // time, 0.9 and 1: 248 | 421.
     constexpr double kSeen = 0.75;
     const int seen = static_cast<int>(std::ceil(kSeen * rules.min_picks));
     return std::max({1, rules.min_stations, seen});
@@ -77,7 +85,7 @@ void Screen::read_times(const SearchGrid& grid) {
 // How far apart the picks of an event between the nodes go back: half the difference of the times
 // of neighbouring nodes, for most stations.
 double Screen::smear(const GridTimes& times) const {
-    constexpr size_t kSample = 40;
+    constexpr size_t kSample = 40;  // nodes; keeps the search for neighbours short
     std::vector<double> halves;
     const size_t ns = static_cast<size_t>(stations_);
     for (size_t n = 0; n < nodes_.size(); n += std::max<size_t>(1, nodes_.size() / kSample)) {

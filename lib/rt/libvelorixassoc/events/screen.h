@@ -19,7 +19,8 @@ struct ScreenPick {
 };
 
 /// An origin may lie so many widths of bins from the middle of its candidate: the candidate is a
-/// pair of them, and screening's nodes stand off the event by up to one more.
+/// pair of them, and screening's nodes stand off the event by up to one more. Italian picks (two
+/// spans, 255 | 448 events): 1 width 255 | 450, 2.5 widths 254 | 442.
 inline constexpr double kSlackWidths = 1.5;
 
 /// Votes from which on a bin may hold an event: of all that an event needs, screening misses some,
