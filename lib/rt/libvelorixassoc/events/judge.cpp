@@ -126,11 +126,11 @@ Verdict Proposer::verdict_of(const Proposal& proposal, const Surroundings& aroun
     const SearchGrid& grid = grids_[proposal.grid];
     const GridRules& rules = grid.rules;
     const Defining defining(proposal.solution);
-    if (const Verdict counts = counts_verdict(defining, rules); !counts.passes()) return counts;
+    if (Verdict counts = counts_verdict(defining, rules); !counts.passes()) return counts;
     if (!enough_by_distance(grid, proposal.solution, defining)) {
         return {.lack = Lack::stations_by_distance};
     }
-    if (const Verdict place = place_verdict(proposal); !place.passes()) return place;
+    if (Verdict place = place_verdict(proposal); !place.passes()) return place;
     if (defining.weighted_scatter() > rules.max_scatter) {
         return {
             .lack = Lack::scatter, .have = defining.weighted_scatter(), .need = rules.max_scatter};
