@@ -28,6 +28,8 @@ class Batch {
   private:
     enum class Outcome { done, again, failed };
     bool open_output();
+    void make_writer();
+    void tell_page(const Associator& associator, const PickStream& stream);
     Outcome associate();
     bool add_all(PickStream& stream, Associator& associator);
     Listener listener();
@@ -43,6 +45,7 @@ class Batch {
     Progress progress_;
     CatalogueFiles files_;
     std::unique_ptr<CatalogueWriter> writer_;
+    PageWriter* page_ = nullptr;  ///< the writer, when it makes a page
     std::optional<Explanation> explanation_;
     PickStream::Next last_ = PickStream::Next::end;
     long events_ = 0;
@@ -58,8 +61,34 @@ std::vector<std::string> Batch::inputs() const {
     return out;
 }
 
-bool Batch::open_output() {
+void Batch::make_writer() {
     writer_ = make_catalogue_writer(options_.format, digest_);
+    page_ = dynamic_cast<PageWriter*>(writer_.get());
+    if (!page_) return;
+    for (size_t i = 0; i < grids_.size(); ++i) page_->add_grid(grids_.grid(i));
+}
+
+std::string file_name(const std::string& path) {
+    return path == "-" ? "standard input" : path.substr(path.rfind('/') + 1);
+}
+
+void Batch::tell_page(const Associator& associator, const PickStream& stream) {
+    if (!page_) return;
+    PageRun run;
+    for (const std::string& name : grids_.names()) run.title += (run.title.empty() ? "" : ", ") + name;
+    for (const std::string& path : inputs()) {
+        if (!path.empty()) run.sources.push_back(file_name(path));
+    }
+    run.associated = true;
+    run.picks_read = stream.counts().read;
+    run.fates = associator.fates();
+    run.refusals = associator.refusals();
+    run.strangers = associator.strangers();
+    page_->set_run(run);
+}
+
+bool Batch::open_output() {
+    make_writer();
     return files_.open(options_.out, writer_->suffixes(), inputs());
 }
 
@@ -77,6 +106,7 @@ Listener Batch::listener() {
     out.on_report = [this](const Report& report) { take(report.event); };
     out.on_refusal = [this](const Refusal& refusal) {
         if (explanation_) explanation_->add(refusal);
+        if (page_) page_->add_refusal(refusal);
     };
     return out;
 }
@@ -118,7 +148,9 @@ Batch::Outcome Batch::associate() {
     if (!interrupted_ && last_ == PickStream::Next::disorder) {
         return sort_instead(stream) ? Outcome::again : Outcome::failed;
     }
-    if (!associator.finish() || !written_ || !writer_->end(files_.sinks())) return Outcome::failed;
+    if (!associator.finish() || !written_) return Outcome::failed;
+    tell_page(associator, stream);
+    if (!writer_->end(files_.sinks())) return Outcome::failed;
     progress_.clear();
     if (interrupted_) complain("interrupted: the catalogue ends with the events found so far");
     if (!options_.quiet) summary_ = closing(associator, stream, grids_, rules_, events_);
@@ -131,7 +163,7 @@ int Batch::run() {
     if (!options_.quiet) std::fputs(opening(grids_).c_str(), stderr);
     Outcome outcome = associate();
     while (outcome == Outcome::again) {
-        writer_ = make_catalogue_writer(options_.format, digest_);
+        make_writer();
         outcome = files_.restart() ? associate() : Outcome::failed;
     }
     if (outcome == Outcome::failed) return 1;

@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kUsage =
     "usage: velorix-assoc [-pf FILE] --grids FILE... --picks FILE... [--from T] [--to T]\n"
-    "                     [--threads N] [--format text|csv|json|quakeml|css] [--out PATH]\n"
+    "                     [--threads N] [--format text|csv|json|quakeml|css|html] [--out PATH]\n"
     "                     [--skip-bad] [--sampling-rate HZ] [--start T] [--follow]\n"
     "                     [--show-parameters] [--explain T] [-v] [-q]\n";
 
@@ -37,8 +37,9 @@ void declare(CLI::App& app, Options& o, Raw& raw) {
     raw.from_given = app.add_option("--from", raw.from, "first pick time")->type_name("TIME");
     raw.to_given = app.add_option("--to", raw.to, "last pick time")->type_name("TIME");
     raw.threads_given = app.add_option("--threads", o.threads, "threads of a scan")->type_name("N");
-    raw.format_given = app.add_option("--format", raw.format, "text, csv, json, quakeml or css")
-                           ->type_name("FORMAT");
+    raw.format_given =
+        app.add_option("--format", raw.format, "text, csv, json, quakeml, css or html")
+            ->type_name("FORMAT");
     app.add_option("--out", o.out, "output file; css: database name")->type_name("PATH");
     raw.explain_given =
         app.add_option("--explain", raw.explain, "say what was found or missing around a time")

@@ -543,7 +543,7 @@ class Associator {
 std::string event_document(const Report& report, const std::string& digest);
 
 /// Formats of a catalogue.
-enum class Format : unsigned char { text, csv, json, quakeml, css };
+enum class Format : unsigned char { text, csv, json, quakeml, css, html };
 
 /// The format of a name ("text", "csv", ...); nothing when there is none.
 std::optional<Format> format_of(const std::string& name);
@@ -585,6 +585,69 @@ class CatalogueWriter {
 /// @param[in] format of the catalogue
 /// @param[in] digest of the rules, for formats that carry it
 std::unique_ptr<CatalogueWriter> make_catalogue_writer(Format format, const std::string& digest);
+
+/// What a page tells of the run behind its events.
+struct PageRun {
+    std::string title{};                  ///< of the page
+    std::vector<std::string> sources{};   ///< names of the files that were read
+    bool associated = false;              ///< the figures below are known
+    long picks_read = 0;                  ///< picks
+    PickFates fates{};                    ///< what became of them
+    std::map<Lack, long> refusals{};      ///< candidates that came to nothing, by what they lack
+    std::map<std::string, long> strangers{};  ///< picks of stations in no grid, by "NET.STA"
+};
+
+/**
+ * The format html: one self-contained page with maps, sections, time, a list, every event with its
+ * picks, and the run (docs/report.md). Grids give it stations without picks, outlines and
+ * travel-time curves; without them stations stand where distance and azimuth of their picks put them.
+ * Memory: about 60 bytes a pick until the end.
+ */
+class PageWriter : public CatalogueWriter {
+  public:
+    /// @param digest of the rules; empty: not known
+    explicit PageWriter(const std::string& digest);
+    ~PageWriter() override;
+
+    /// To be called before the first event.
+    /// @param nodes the page shows the nodes too, with their times (thinned to a million times)
+    void add_grid(const Velorix& grid, bool nodes = false);
+    /// A place and time that gave no event.
+    void add_refusal(const Refusal& refusal);
+    /// To be called before end().
+    void set_run(const PageRun& run);
+    /// The page's data as it stands: one JSON document.
+    std::string document() const;
+
+    const std::vector<std::string>& suffixes() const override;
+    bool begin(const std::vector<Sink*>& sinks) override;
+    bool add(const Event& event, const std::vector<Sink*>& sinks) override;
+    bool end(const std::vector<Sink*>& sinks) override;
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// One source of reports, read as they come.
+class EventReader {
+  public:
+    virtual ~EventReader() = default;
+    /// The next report; `pick` stands for one. With `bad` and `failed`, `error` says where and what.
+    virtual ReadResult next(Report& report, std::string& error) = 0;
+    /// "event documents" or "QuakeML".
+    virtual const char* kind() const = 0;
+    /// Digest of the rules as the last report tells; empty without one.
+    virtual std::string digest() const { return ""; }
+};
+
+/**
+ * Opens a file of events: event documents, one a line, or QuakeML 1.2 (held whole; of each event the
+ * preferred origin).
+ * @param[in]  path  file, pipe or device; "-" is standard input
+ * @param[out] error says what is wrong when the result is null
+ */
+std::unique_ptr<EventReader> open_events(const std::string& path, std::string& error);
 
 /**
  * Files that hold a whole catalogue, or what they held before.

@@ -5,11 +5,11 @@
 namespace velorix::assoc {
 
 std::optional<Format> format_of(const std::string& name) {
-    constexpr std::array<std::pair<const char*, Format>, 5> kFormats{{{"text", Format::text},
+    constexpr std::array<std::pair<const char*, Format>, 6> kFormats{{{"text", Format::text},
                                                                       {"csv", Format::csv},
                                                                       {"json", Format::json},
                                                                       {"quakeml", Format::quakeml},
-                                                                      {"css", Format::css}}};
+                                                                      {"css", Format::css},{"html", Format::html}}};
     for (const auto& [known, format] : kFormats) {
         if (name == known) return format;
     }
@@ -26,6 +26,8 @@ std::unique_ptr<CatalogueWriter> make_catalogue_writer(Format format, const std:
             return make_quakeml_writer();
         case Format::css:
             return make_css_writer();
+        case Format::html:
+            return make_page_writer(digest);
         case Format::text:
             break;
     }

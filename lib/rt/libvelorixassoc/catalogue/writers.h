@@ -10,6 +10,7 @@ std::unique_ptr<CatalogueWriter> make_csv_writer();
 std::unique_ptr<CatalogueWriter> make_json_writer(const std::string& digest);
 std::unique_ptr<CatalogueWriter> make_quakeml_writer();
 std::unique_ptr<CatalogueWriter> make_css_writer();
+std::unique_ptr<CatalogueWriter> make_page_writer(const std::string& digest);
 
 /// A format of one document.
 class SingleWriter : public CatalogueWriter {
