@@ -6,7 +6,7 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: bench-follow deliveries mutants all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
+.PHONY: web-test bench-follow deliveries mutants all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
         deb deb-test docs clean
 
 all: configure
@@ -14,12 +14,13 @@ all: configure
 
 help:
 	@echo 'make                 build the tool and the libraries in $(BUILD)'
-	@echo 'make programs        build velorix, velorix-info and velorix-assoc alone'
+	@echo 'make programs        build the four programs alone'
 	@echo 'make demo            build, then compute grids of real stations and show them'
 	@echo 'make demo-global     the same with the global source set, with time and memory'
 	@echo 'make test            build, then run every test (PRESET=asan or tsan: with sanitizers)'
 	@echo 'make threads         build with the thread sanitizer, then run the tests that run threads'
 	@echo 'make mutants         change the code, one place at a time, and see whether the tests notice (AREA=lib; hours)'
+	@echo 'make web-test        the pages, looked at in a headless Chromium'
 	@echo 'make soak            10,000 scans and 200 grids in one process'
 	@echo 'make bench           build, then run every benchmark program'
 	@echo 'make bench-follow    how soon events of a stream are announced (GRID=file PICKS=file)'
@@ -57,12 +58,16 @@ SEED ?= 2026
 mutants: deps
 	@python3 tools/mutants/mutants.py $(AREA) $(COUNT) $(SEED) build/mutants/$(AREA)
 
+web-test: programs
+	@sh tools/install_deps.sh chromium chromium-driver
+	@/usr/bin/python3 tests/web/report_test.py $(BUILD)/bin
+
 soak: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target soak
 	@$(BUILD)/bin/soak 10000 200
 
 programs: configure
-	@cmake --build $(BUILD) -j $(JOBS) --target velorix velorix-info velorix-assoc
+	@cmake --build $(BUILD) -j $(JOBS) --target velorix velorix-info velorix-assoc velorix-report
 
 demo: programs
 	@sh examples/demo.sh

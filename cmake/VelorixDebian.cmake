@@ -26,8 +26,8 @@ set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME velorix)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PROGRAMS_DESCRIPTION "${about}
-This package has the programs velorix, velorix-info and velorix-assoc, their
-manual pages, earth models and examples.")
+This package has the programs velorix, velorix-info, velorix-assoc and
+velorix-report, their manual pages, earth models and examples.")
 
 set(runtime libvelorix${VELORIX_SOVERSION})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${runtime})

@@ -7,7 +7,7 @@ set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 add_custom_target(velorix_package)
 add_dependencies(velorix_package velorix_static velorix_shared velorixassoc_static)
 
-foreach(program velorix velorix-info velorix-assoc)
+foreach(program velorix velorix-info velorix-assoc velorix-report)
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT programs)
     add_dependencies(velorix_package ${program})
 endforeach()
@@ -20,7 +20,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR
     COMPONENT programs FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN man EXCLUDE)
 
 set(man_folder ${CMAKE_BINARY_DIR}/man)
-foreach(page velorix.1 velorix-info.1 velorix-assoc.1 velorix-grid.5 velorix.toml.5)
+foreach(page velorix.1 velorix-info.1 velorix-assoc.1 velorix-report.1 velorix-grid.5 velorix.toml.5)
     string(REGEX MATCH "[0-9]$" section ${page})
     set(packed ${man_folder}/man${section}/${page}.gz)
     add_custom_command(OUTPUT ${packed} DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/${page}

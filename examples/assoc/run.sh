@@ -20,3 +20,5 @@ echo "== examples/assoc/velorix.toml -> italy.vxg"
 mv "$out/italy.vxg.part" "$out/italy.vxg"
 echo "== velorix-assoc --grids italy.vxg --picks examples/assoc/picks.csv"
 "$bin/velorix-assoc" --grids "$out/italy.vxg" --picks picks.csv
+"$bin/velorix-assoc" -q --grids "$out/italy.vxg" --picks picks.csv --format html --out "$out/report.html"
+echo "The same events as a page for a browser: $out/report.html"

@@ -27,7 +27,7 @@ within() {
 page() { sed 's/^\.[A-Z][A-Za-z]* //' "$man/$1" | tr ' ,;:()' '\n\n\n\n\n\n\n'; }
 rendered() { LC_ALL=C.UTF-8 MANWIDTH=200 man -l "$man/$1" 2> "$work/warnings" | tr -s ' '; }
 
-for file in velorix.1 velorix-info.1 velorix-assoc.1 velorix-grid.5 velorix.toml.5; do
+for file in velorix.1 velorix-info.1 velorix-assoc.1 velorix-report.1 velorix-grid.5 velorix.toml.5; do
     MANROFFOPT=-ww rendered "$file" > "$work/$file"
     [ -s "$work/$file" ] || complain "$file: cannot be shown"
     [ ! -s "$work/warnings" ] || { complain "$file:"; cat "$work/warnings"; }
@@ -39,7 +39,7 @@ grep -qF -- "$usage" "$work/velorix.1" || complain "velorix.1: its synopsis is n
 # The options of a program as its --help has them and as the page's synopsis and lists have them; the
 # help does not tell of itself.
 apart_from_help() { grep -vx -e --help -e -h -e --; }
-for program in velorix-info velorix-assoc; do
+for program in velorix-info velorix-assoc velorix-report; do
     "$bin/$program" --help | grep -oE -- '(^|[ [,])--?[a-z][a-z-]*' | tr -d ' [,' |
         sed 's/^--pf$/-pf/' | apart_from_help | words "$program --help"
     awk '/^\.(It|Op) Fl|^\.Fl -/ {
@@ -50,6 +50,7 @@ for program in velorix-info velorix-assoc; do
 done
 same "velorix-info --help" velorix-info.1
 same "velorix-assoc --help" velorix-assoc.1
+same "velorix-report --help" velorix-report.1
 
 # Keys that the grid builders know, in both pages about them.
 sed -n '/ keys\[\] = {/,/};/p' "$source"/lib/rt/libvelorix/setupgrid/*.cpp | grep -oE '"[A-Za-z_]+"' |

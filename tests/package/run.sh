@@ -28,7 +28,7 @@ events=$(tail -n 1 "$work/log")
 [ "${events% events}" -gt 10 ] || { echo "velorix-assoc found $events"; exit 1; }
 echo "programs: $events from $(wc -l < "$prefix/share/velorix/examples/assoc/picks.csv") lines of picks"
 
-for page in velorix.1 velorix-info.1 velorix-assoc.1 velorix-grid.5 velorix.toml.5; do
+for page in velorix.1 velorix-info.1 velorix-assoc.1 velorix-report.1 velorix-grid.5 velorix.toml.5; do
     name=${page%.?}
     man -M "$prefix/share/man" "$name" 2>&1 > "$work/page" | sed "s/^/$page: /"
     grep -q "^$(echo "$name" | tr '[:lower:]' '[:upper:]')(${page##*.})" "$work/page" ||

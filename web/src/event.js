@@ -53,7 +53,7 @@ function leftTable(data, i) {
         {title: "Label", text: (k) => data.texts[l.label[k]]},
         {title: "Time, UTC", text: (k) => utc(data.events.time[i] + l.travel[k], 2), key: (k) => l.travel[k]},
         {title: "Residual, s", text: (k) => signed(l.residual[k], 3), key: (k) => l.residual[k]},
-        {title: "Why not", text: (k) => data.texts[l.reason[k]], key: (k) => data.texts[l.reason[k]]},
+        {title: "Why not", words: true, text: (k) => data.texts[l.reason[k]], key: (k) => data.texts[l.reason[k]]},
     ], rows);
 }
 

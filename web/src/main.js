@@ -1,8 +1,9 @@
 // The page: reads its data, makes the views, and heeds the keyboard.
 import {catalogue} from "./catalogue.js";
-import {load} from "./data.js";
+import {curveTime, load} from "./data.js";
 import {el, button} from "./dom.js";
 import {eventView} from "./event.js";
+import {quakeMlOf} from "./export.js";
 import {figures} from "./figure.js";
 import {counted, utc} from "./format.js";
 import {centre} from "./geodesy.js";
@@ -112,7 +113,7 @@ function build(data) {
         if (event.key === "/") event.preventDefault();
     });
     open(views.length ? views[0].name : "");
-    return {store, views, figures, open};
+    return {store, figures, curveTime, quakeMlOf};
 }
 
 load().then((data) => {

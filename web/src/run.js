@@ -63,15 +63,17 @@ function density(store, isS) {
                 const at = Math.floor((y(picks.residual[k]) - box.top) / cell) * columns + Math.floor((x(picks.distance[k]) - box.left) / cell);
                 largest = Math.max(largest, ++counts[at]);
             }
+            // Few picks must stand out from the paper.
+            const shade = (/** @type {number} */ t) => amountColour(colours.dark ? 0.35 + 0.65 * t : 0.85 * t);
             tag(ctx, "density");
             for (let at = 0; at < counts.length; ++at) {
                 if (counts[at] === 0) continue;
-                ctx.fillStyle = amountColour(0.85 * Math.log(counts[at]) / Math.log(Math.max(2, largest)));
+                ctx.fillStyle = shade(Math.log(counts[at]) / Math.log(Math.max(2, largest)));
                 ctx.fillRect(box.left + at % columns * cell, box.top + Math.floor(at / columns) * cell, cell, cell);
             }
             tag(ctx, "");
             if (own.length > 0) {
-                colourBar(ctx, box.right - 132, box.top + 8, "picks", "1", String(largest), (t) => amountColour(0.85 * t), colours);
+                colourBar(ctx, box.right - 132, box.top + 8, "picks", "1", String(largest), shade, colours);
             }
             ctx.fillStyle = colours.ink;
             ctx.textAlign = "left";
@@ -98,7 +100,7 @@ function refusedTable(data) {
     if (r.n === 0) return el("p", {class: "note"}, "Nothing was refused, or the source does not tell.");
     return table("refused", [
         {title: "Time, UTC", text: (i) => utc(r.time[i], 1), key: (i) => r.time[i]},
-        {title: "Why", text: (i) => data.texts[r.reason[i]], key: (i) => data.texts[r.reason[i]]},
+        {title: "Why", words: true, text: (i) => data.texts[r.reason[i]], key: (i) => data.texts[r.reason[i]]},
         {title: "Latitude, °", text: (i) => fixed(r.lat[i], 3), key: (i) => r.lat[i]},
         {title: "Longitude, °", text: (i) => fixed(r.lon[i], 3), key: (i) => r.lon[i]},
         {title: "Depth, km", text: (i) => fixed(r.depth[i], 1), key: (i) => r.depth[i]},
@@ -106,7 +108,7 @@ function refusedTable(data) {
         {title: "S", text: (i) => String(r.s[i]), key: (i) => r.s[i]},
         {title: "Score", text: (i) => fixed(r.score[i], 1), key: (i) => r.score[i]},
         {title: "Grid", text: (i) => data.texts[r.grid[i]], key: (i) => data.texts[r.grid[i]]},
-    ], Array.from({length: r.n}, (_, i) => i));
+    ], Array.from({length: r.n}, (_, i) => i).sort((a, b) => r.time[a] - r.time[b]));
 }
 
 /** @param {import("./data.js").Data} data */

@@ -6,6 +6,7 @@ import {el, button} from "./dom.js";
  * @property {string} title
  * @property {(row: any) => string | Node} text
  * @property {(row: any) => number | string} [key] to sort by
+ * @property {boolean} [words] of words, not of numbers
  */
 
 /** Rows that a table shows at most; the rest is said. */
@@ -14,10 +15,10 @@ const mostRows = 2000;
 /** @param {string} name @param {TableColumn[]} columns @param {any[]} rows @param {(row: any) => Record<string, any>} [attributes] */
 export function table(name, columns, rows, attributes = () => ({})) {
     const body = el("tbody");
-    const heads = columns.map((column, n) => el("th", {scope: "col"}, column.key ? button(column.title, () => sort(n)) : column.title));
+    const heads = columns.map((column, n) => el("th", {scope: "col", class: column.words ? "text" : null}, column.key ? button(column.title, () => sort(n)) : column.title));
     let sorted = -1, down = false;
     const fill = () => body.replaceChildren(...rows.slice(0, mostRows).map((row) =>
-        el("tr", attributes(row), columns.map((column) => el("td", {}, column.text(row))))));
+        el("tr", attributes(row), columns.map((column) => el("td", {class: column.words ? "text" : null}, column.text(row))))));
     /** @param {number} n */
     function sort(n) {
         down = sorted === n && !down;

@@ -75,7 +75,8 @@ std::string file_name(const std::string& path) {
 void Batch::tell_page(const Associator& associator, const PickStream& stream) {
     if (!page_) return;
     PageRun run;
-    for (const std::string& name : grids_.names()) run.title += (run.title.empty() ? "" : ", ") + name;
+    for (const std::string& name : grids_.names())
+        run.title += (run.title.empty() ? "" : ", ") + name;
     for (const std::string& path : inputs()) {
         if (!path.empty()) run.sources.push_back(file_name(path));
     }

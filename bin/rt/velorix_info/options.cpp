@@ -13,7 +13,8 @@ namespace velorix::info {
 namespace {
 
 constexpr const char* kUsage =
-    "usage: velorix-info [--brief | --stations | --nodes | --times NODE | --verify] [--json] "
+    "usage: velorix-info [--brief | --stations | --nodes | --times NODE | --verify | --html] "
+    "[--json] "
     "FILE...\n";
 
 constexpr const char* kAbout =
@@ -73,6 +74,8 @@ void declare(CLI::App& app, Options& options, Raw& raw) {
                  "compute every time again and tell of those that were damaged");
     app.add_flag("--json", options.json,
                  "everything as one JSON array with an object for each grid");
+    app.add_flag("--html", options.html,
+                 "one page for a browser: nodes, stations and times on maps");
     app.set_help_flag("-h,--help", "this text");
     app.add_flag("--version", raw.version, "the version");
     app.add_option("FILE", options.files)->group("");
@@ -115,8 +118,10 @@ Parsed check(const CLI::App& app, const Raw& raw, Options& options) {
             return refuse("'%s' is neither a node number nor LAT,LON,DEPTH.\n", raw.node.c_str());
         options.node = *choice;
     }
-    if (raw.stations + raw.nodes + times + options.verify > 1)
-        return refuse("Choose one of --stations, --nodes, --times and --verify.\n");
+    if (raw.stations + raw.nodes + times + options.verify + options.html > 1)
+        return refuse("Choose one of --stations, --nodes, --times, --verify and --html.\n");
+    if (options.html && (options.json || options.brief))
+        return refuse("A page holds everything: neither --json nor --brief goes with --html.\n");
     if (options.verify && (options.json || options.brief))
         return refuse("What --verify finds has one form: neither --json nor --brief.\n");
     options.listing = raw.stations ? Listing::stations

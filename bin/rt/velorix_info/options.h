@@ -19,6 +19,7 @@ struct Options {
     bool json = false;
     bool brief = false;
     bool verify = false;
+    bool html = false;
     Listing listing = Listing::none;
     NodeChoice node;
     std::vector<std::string> files;

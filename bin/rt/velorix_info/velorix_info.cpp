@@ -17,6 +17,7 @@
 #include "rows.h"
 #include "standard_streams.h"
 #include "velorix.h"
+#include "velorixassoc.h"
 #include "verify.h"
 
 namespace velorix::info {
@@ -108,8 +109,39 @@ class VerifyOutput : public Output {
     }
 };
 
+class StandardOutput : public assoc::Sink {
+  public:
+    // What cannot be written is found when the output is closed.
+    bool write(std::string_view text) override {
+        return fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    }
+};
+
+class PageOutput : public Output {
+  public:
+    bool grid(const std::string& file, const Velorix& grid) override {
+        const std::string name = file.substr(file.rfind('/') + 1);
+        if (run_.sources.empty() || run_.sources.back() != name) {
+            run_.title += (run_.title.empty() ? "" : ", ") + name;
+            run_.sources.push_back(name);
+        }
+        page_.add_grid(grid, true);
+        return true;
+    }
+    void finish() override {
+        page_.set_run(run_);
+        StandardOutput out;
+        if (page_.begin({&out})) page_.end({&out});
+    }
+
+  private:
+    assoc::PageWriter page_{""};
+    assoc::PageRun run_;
+};
+
 std::unique_ptr<Output> make_output(const Options& options) {
     if (options.verify) return std::make_unique<VerifyOutput>();
+    if (options.html) return std::make_unique<PageOutput>();
     if (options.json) return std::make_unique<JsonOutput>(options);
     if (options.listing != Listing::none) return std::make_unique<CsvOutput>(options);
     if (options.brief) return std::make_unique<BriefOutput>();

@@ -71,8 +71,7 @@ bool Inputs::read_events(const std::string& path, bool skip_bad) {
 
 void Inputs::take(assoc::Report&& report) {
     if (report.kind == assoc::Kind::withdrawn) withdrawn_.push_back(refusal_of(report));
-    const bool early =
-        report.kind == assoc::Kind::announced || report.kind == assoc::Kind::revised;
+    const bool early = report.kind == assoc::Kind::announced || report.kind == assoc::Kind::revised;
     const std::string track = report.track;
     if (!early) tracks_.erase(track);
     if (report.kind == assoc::Kind::final) events_.push_back(std::move(report.event));

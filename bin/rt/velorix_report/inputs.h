@@ -12,8 +12,8 @@
 
 namespace velorix::report {
 
-/// What the files hold. Of an event that was told of several times (a stream of event documents) the
-/// last word counts.
+/// What the files hold. Of an event that was told of several times (a stream of event documents)
+/// the last word counts.
 class Inputs {
   public:
     /// Reads a file of whichever kind. False after a logged line.

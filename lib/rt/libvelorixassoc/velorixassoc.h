@@ -588,20 +588,20 @@ std::unique_ptr<CatalogueWriter> make_catalogue_writer(Format format, const std:
 
 /// What a page tells of the run behind its events.
 struct PageRun {
-    std::string title{};                  ///< of the page
-    std::vector<std::string> sources{};   ///< names of the files that were read
-    bool associated = false;              ///< the figures below are known
-    long picks_read = 0;                  ///< picks
-    PickFates fates{};                    ///< what became of them
-    std::map<Lack, long> refusals{};      ///< candidates that came to nothing, by what they lack
+    std::string title{};                 ///< of the page
+    std::vector<std::string> sources{};  ///< names of the files that were read
+    bool associated = false;             ///< the figures below are known
+    long picks_read = 0;                 ///< picks
+    PickFates fates{};                   ///< what became of them
+    std::map<Lack, long> refusals{};     ///< candidates that came to nothing, by what they lack
     std::map<std::string, long> strangers{};  ///< picks of stations in no grid, by "NET.STA"
 };
 
 /**
  * The format html: one self-contained page with maps, sections, time, a list, every event with its
  * picks, and the run (docs/report.md). Grids give it stations without picks, outlines and
- * travel-time curves; without them stations stand where distance and azimuth of their picks put them.
- * Memory: about 60 bytes a pick until the end.
+ * travel-time curves; without them stations stand where distance and azimuth of their picks put
+ * them. Memory: about 60 bytes a pick until the end.
  */
 class PageWriter : public CatalogueWriter {
   public:
@@ -633,7 +633,8 @@ class PageWriter : public CatalogueWriter {
 class EventReader {
   public:
     virtual ~EventReader() = default;
-    /// The next report; `pick` stands for one. With `bad` and `failed`, `error` says where and what.
+    /// The next report; `pick` stands for one. With `bad` and `failed`, `error` says where and
+    /// what.
     virtual ReadResult next(Report& report, std::string& error) = 0;
     /// "event documents" or "QuakeML".
     virtual const char* kind() const = 0;
@@ -642,8 +643,8 @@ class EventReader {
 };
 
 /**
- * Opens a file of events: event documents, one a line, or QuakeML 1.2 (held whole; of each event the
- * preferred origin).
+ * Opens a file of events: event documents, one a line, or QuakeML 1.2 (held whole; of each event
+ * the preferred origin).
  * @param[in]  path  file, pipe or device; "-" is standard input
  * @param[out] error says what is wrong when the result is null
  */

@@ -95,7 +95,8 @@ EventPick pick_of(const Json& json) {
 
 /// The first of an enumeration's values whose name it is.
 template <class Value>
-Value value_of(const std::string& name, const char* (*name_of)(Value), Value last, Value otherwise) {
+Value value_of(const std::string& name, const char* (*name_of)(Value), Value last,
+               Value otherwise) {
     for (int i = 0; i <= static_cast<int>(last); ++i) {
         const auto value = static_cast<Value>(i);
         if (name == name_of(value)) return value;

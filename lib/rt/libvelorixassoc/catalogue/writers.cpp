@@ -9,7 +9,8 @@ std::optional<Format> format_of(const std::string& name) {
                                                                       {"csv", Format::csv},
                                                                       {"json", Format::json},
                                                                       {"quakeml", Format::quakeml},
-                                                                      {"css", Format::css},{"html", Format::html}}};
+                                                                      {"css", Format::css},
+                                                                      {"html", Format::html}}};
     for (const auto& [known, format] : kFormats) {
         if (name == known) return format;
     }

@@ -13,8 +13,8 @@ inline std::string base64(std::string_view bytes) {
     for (size_t i = 0; i < bytes.size(); i += 3) {
         unsigned group = 0;
         for (size_t k = 0; k < 3; ++k) {
-            group = group << 8 |
-                    (i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0u);
+            group =
+                group << 8 | (i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0u);
         }
         for (size_t k = 0; k < 4; ++k) {
             out += i + k > bytes.size() ? '=' : kDigits[group >> (18 - 6 * k) & 63];

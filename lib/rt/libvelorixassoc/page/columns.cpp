@@ -9,8 +9,8 @@ namespace velorix::assoc {
 std::string json_text(std::string_view text) {
     using Json = nlohmann::json;
     // ASCII alone, so that neither U+2028 nor a wrong byte gets into the page.
-    const std::string quoted = Json(std::string(text)).dump(-1, ' ', true,
-                                                            Json::error_handler_t::replace);
+    const std::string quoted =
+        Json(std::string(text)).dump(-1, ' ', true, Json::error_handler_t::replace);
     std::string out;
     for (const char c : quoted) {
         switch (c) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <span>
 #include <vector>
 
 #include "../events/grid_times.h"
@@ -13,7 +14,7 @@ namespace velorix::assoc {
 namespace {
 
 constexpr int64_t kMostDepths = 40, kGroups = 12;
-constexpr size_t kBins = 72;              // of a curve: 8 pixels apart on a wide screen
+constexpr size_t kBins = 72;           // of a curve: about 8 pixels each on a wide screen
 constexpr int64_t kMostPairs = 60000;  // looked at for a curve
 
 struct Sample {
@@ -39,6 +40,17 @@ Sample sample_at(const Velorix& grid, int64_t node, int32_t is) {
         velorix_get_ttimes(&grid, is, static_cast<int32_t>(node), 0, 0, &out.p, &out.s);
     }
     return out;
+}
+
+Sample mean(std::span<const Sample> samples) {
+    Sample sum{0.0, 0.0, 0.0};
+    for (const Sample& s : samples) {
+        sum.distance += s.distance;
+        sum.p += s.p;
+        sum.s += s.s;
+    }
+    const auto n = static_cast<double>(samples.size());
+    return {sum.distance / n, sum.p / n, sum.s / n};
 }
 
 std::vector<Layer> mesh_layers(const Velorix& grid) {
@@ -79,7 +91,8 @@ void for_pairs(const Velorix& grid, const Layer& layer, Take take) {
     }
 }
 
-// Of the pairs around each of the distances the nearest one: a time of the table, not a mean.
+// Means over bins of distance, narrow near the source, where curves bend: they smooth over what the
+// stations' elevations do to the times.
 std::vector<Sample> curve_of(const Velorix& grid, const Layer& layer) {
     std::vector<Sample> all;
     for_pairs(grid, layer, [&](int64_t node, int32_t is) {
@@ -89,13 +102,19 @@ std::vector<Sample> curve_of(const Velorix& grid, const Layer& layer) {
     std::ranges::sort(all, {}, &Sample::distance);
     std::vector<Sample> out;
     if (all.empty()) return out;
-    for (size_t bin = 0; bin <= kBins; ++bin) {
+    auto from = all.begin();
+    for (size_t bin = 1; bin <= kBins && from != all.end(); ++bin) {
         const double part = static_cast<double>(bin) / kBins;
-        const double want = std::lerp(all.front().distance, all.back().distance, part);
-        const auto above = std::ranges::lower_bound(all, want, {}, &Sample::distance);
-        const Sample& best = above == all.end() ? all.back() : *above;
-        if (out.empty() || best.distance > out.back().distance) out.push_back(best);
+        const double end = std::lerp(all.front().distance, all.back().distance, part * part);
+        const auto to = bin == kBins
+                            ? all.end()
+                            : std::ranges::upper_bound(from, all.end(), end, {}, &Sample::distance);
+        if (to == from) continue;
+        out.push_back(mean({from, to}));
+        from = to;
     }
+    out.insert(out.begin(), all.front());
+    out.push_back(all.back());
     return out;
 }
 

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+
+#include "../support/times.h"
 
 namespace velorix::assoc {
 namespace {
@@ -93,6 +96,9 @@ void PageEvents::add_left(const LeftOut& l, const Event& event) {
 }
 
 void PageEvents::add(const Refusal& r) {
+    // The same place may be tried for several origins.
+    const std::string what = iso_time(r.time, 1) + " " + verdict_text(r.verdict) + " " + r.grid;
+    if (!known_refusals_.insert(what).second) return;
     Table& t = refused_;
     constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
     t["time"].add(r.time, kTime);

@@ -1,7 +1,7 @@
 #ifndef VELORIX_ASSOC_PAGE_EVENTS_H
 #define VELORIX_ASSOC_PAGE_EVENTS_H
 // Events, their picks and the picks left out, and what was refused, as the columns of a page.
-#include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,7 +26,6 @@ class PageEvents {
     PageEvents(PageStations& stations, Texts& texts) : stations_(stations), texts_(texts) {}
     void add(const Event& event);
     void add(const Refusal& refusal);
-    size_t size() const { return events_["time"].size(); }
     /// The members "events", "picks", "left" and "refused".
     void write(Members& out) const;
 
@@ -40,7 +39,8 @@ class PageEvents {
 
     PageStations& stations_;
     Texts& texts_;
-    mutable Table events_, picks_, left_, refused_;
+    std::set<std::string> known_refusals_;
+    Table events_, picks_, left_, refused_;
 };
 
 }  // namespace velorix::assoc

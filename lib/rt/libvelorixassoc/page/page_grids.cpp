@@ -7,8 +7,8 @@
 #include "base64.h"
 #include "columns.h"
 #include "page_curves.h"
+#include "support/grid_name.h"
 #include "support/grid_view.h"
-#include "support/text.h"
 
 namespace velorix::assoc {
 namespace {

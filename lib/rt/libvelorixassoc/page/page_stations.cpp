@@ -1,8 +1,8 @@
 #include "page_stations.h"
 
 #include <cmath>
-#include <limits>
 #include <cstring>
+#include <limits>
 #include <numbers>
 
 #include "platform/geodesy/geodesy.h"

@@ -18,8 +18,8 @@ std::string fates_json(const PickFates& fates) {
 }
 
 std::string counted(std::string& list, const std::string& name, long count) {
-    return list += (list.empty() ? "" : ",") + ("[" + json_text(name) + ",") +
-                   std::to_string(count) + "]";
+    return list +=
+           (list.empty() ? "" : ",") + ("[" + json_text(name) + ",") + std::to_string(count) + "]";
 }
 
 std::string run_json(const PageRun& run, const std::string& digest) {
