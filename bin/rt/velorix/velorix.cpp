@@ -1,9 +1,9 @@
 // The tool: a parameter file and a station database in, one grid heap after another out.
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
+#include "builders.h"
 #include "command_line.h"
 #include "no_memory.h"
 #include "platform/containers/owners.h"
@@ -11,7 +11,6 @@
 #include "platform/elog/printable.h"
 #include "progress.h"
 #include "standard_streams.h"
-#include "telegrid.h"
 #include "velorix.h"
 
 namespace {
@@ -33,45 +32,6 @@ struct HeapBuffer {
     ~HeapBuffer() { std::free(bytes); }
 };
 
-void setup_edp(Velorix* grid, const char* name, Pf* pf) {
-    if (velorix_setup_edp_grid(grid, name, pf) < 0)
-        elog_die(0, "velorix_setup_edp_grid() error.\n");
-}
-
-void setup_slow(Velorix* grid, const char* name, Pf* pf) {
-    if (velorix_setup_slowness_grid(grid, name, pf) < 0)
-        elog_die(0, "velorix_setup_slowness_grid() error.\n");
-}
-
-void setup_file(Velorix* grid, const char* name, Pf* pf) {
-    if (velorix_setup_readfromfile_grid(grid, name, pf) < 0)
-        elog_die(0, "velorix_setup_readfromfile_grid() error.\n");
-}
-
-void setup_utele(Velorix* grid, const char* name, Pf* pf) {
-    if (velorix_setup_fromsourcearray_grid(grid, name, telegrid_20km_n, telegrid_20km_sources, pf) <
-        0)
-        elog_die(0, "velorix_setup_fromsourcearray_grid() error.\n");
-}
-
-/// A way to lay out a grid.
-struct Builder {
-    const char* mode;
-    void (*setup)(Velorix* grid, const char* name, Pf* pf);
-    const char* label;
-};
-constexpr Builder kBuilders[] = {{"edp", setup_edp, "edp grid "},
-                                 {"slow", setup_slow, "slowness grid "},
-                                 {"file", setup_file, "file grid "},
-                                 {"utele", setup_utele, "utele grid "}};
-
-const Builder* find_builder(const char* mode) {
-    for (const Builder& builder : kBuilders) {
-        if (std::strcmp(mode, builder.mode) == 0) return &builder;
-    }
-    return nullptr;
-}
-
 void warn_if_empty(const Velorix& grid, const char* name) {
     const char* lacks = grid.nn == 0 && grid.ns == 0 ? "nodes and no stations"
                         : grid.nn == 0               ? "nodes"
@@ -80,18 +40,8 @@ void warn_if_empty(const Velorix& grid, const char* name) {
     if (lacks) elog_complain(0, "Grid %s has no %s.\n", name, lacks);
 }
 
-// Of the header's pointers a reader looks at the four markers of tables; the other four would be
-// addresses of this process, and make equal input give unequal files.
-void clear_addresses(char* heap) {
-    auto& header = *reinterpret_cast<Velorix*>(heap);
-    header.depths = nullptr;
-    header.sources = nullptr;
-    header.stations = nullptr;
-    header.sta_arr = nullptr;
-}
-
 void write_heap(const HeapBuffer& heap) {
-    clear_addresses(heap.bytes);
+    velorix::tool::clear_addresses(heap.bytes);
     if (!velorix::tool::write_block(heap.bytes, static_cast<size_t>(heap.size)))
         elog_die(1, "fwrite(stdout) error.\n");
 }
@@ -111,14 +61,14 @@ void make_grid(const char* name, Pf* pf, const CommandLine& line, HeapBuffer& he
     const Grid grid(velorix_new());
     if (!grid) elog_die(0, "velorix_new() error.\n");
 
-    const Builder* builder = find_builder(mode.get());
+    const velorix::tool::Builder* builder = velorix::tool::find_builder(mode.get());
     if (!builder) {
         elog_complain(0, "Do not grok mode '%s'...skipping this grid.\n", mode.get());
         return;
     }
     if (velorix_setup_stations(grid.get(), line.dbname, pf) < 0)
         elog_die(0, "velorix_setup_stations() error.\n");
-    builder->setup(grid.get(), name, pf);
+    if (builder->setup(grid.get(), name, pf) < 0) elog_die(0, "%s", builder->failure);
     warn_if_empty(*grid, name);
     std::fputs(builder->label, stderr);
 
