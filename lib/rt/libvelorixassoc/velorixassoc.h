@@ -47,6 +47,7 @@ struct Pick {
     std::string id;         ///< the source's identifier; empty without one
     double quality = -1.0;  ///< signal-to-noise ratio, probability or weight; -1 unknown
     int64_t arid = -1;      ///< numeric identifier; -1 without one
+    int64_t tag = -1;       ///< the caller's own; carried along, neither looked at nor written
 };
 
 /// P, S, unknown (no label, "?"), or something that a first-arrival grid does not carry (pP, LR).

@@ -91,6 +91,32 @@ int apply_roles(Tbl* stations, size_t number, std::span<Waiting* const> picks, d
     return usable;
 }
 
+/// The picks of a scan as the engine wants them.
+struct Observed {
+    std::vector<Waiting*> picks{};
+    List records{};
+    Owned<Arr, velorix_free_staobs_arr> map{};
+    List stations{};
+    bool usable = false;  ///< there is something to score
+
+    bool prepare(const SearchGrid& grid, size_t number, std::span<Waiting* const> given);
+};
+
+bool Observed::prepare(const SearchGrid& grid, size_t number, std::span<Waiting* const> given) {
+    if (given.empty()) return true;
+    picks = thinned(distinct(given, number), number);
+    records = records_of(grid, number, picks);
+    Arr* by_station = nullptr;
+    if (!records || velorix_fill_staobs_tbl(records.get(), &by_station, 0, 0) != 0) return false;
+    map.reset(by_station);
+    Tbl* table = nullptr;
+    const int count = velorix_setup_staobs(by_station, grid.search.get(), &table);
+    stations.reset(table);
+    if (count < 0) return false;
+    usable = count > 0 && apply_roles(table, number, picks, grid.rules.s_doubt) > 0;
+    return true;
+}
+
 bool on_edge(const Velorix& grid, int32_t ix, int32_t iy) {
     if (grid.mode != VELORIX_MODE_REGULAR) return false;
     return ix == 0 || iy == 0 || ix == grid.nx - 1 || iy == grid.ny - 1;
@@ -112,23 +138,15 @@ bool scan_grid(std::span<SearchGrid> grids, size_t number, std::span<Waiting* co
     const SearchGrid& grid = grids[number];
     SearchParams* sp = grid.search.get();
     result = ScanResult();
-    if (given.empty()) return true;
-    const std::vector<Waiting*> picks = thinned(distinct(given, number), number);
-    const List list = records_of(grid, number, picks);
-    Arr* map = nullptr;
-    if (!list || velorix_fill_staobs_tbl(list.get(), &map, 0, 0) != 0) return false;
-    const Owned<Arr, velorix_free_staobs_arr> owned(map);
-    Tbl* table = nullptr;
-    const int count = velorix_setup_staobs(map, sp, &table);
-    const List stations(table);
-    if (count < 0) return false;
-    if (count == 0 || apply_roles(table, number, picks, grid.rules.s_doubt) == 0) return true;
+    Observed observed;
+    if (!observed.prepare(grid, number, given)) return false;
+    if (!observed.usable) return true;
 
     double f = 0.0, score = 0.0, std = 0.0, stduw = 0.0, lat = 0.0, lon = 0.0, depth = 0.0;
     int32_t ix = 0, iy = 0, id = 0;
     sp->grid_type_string[0] = '\0';
-    if (velorix_scan_grid(sp, table, &f, &score, &std, &stduw, &lat, &lon, &depth, &result.time,
-                          &ix, &iy, &id) != 0) {
+    if (velorix_scan_grid(sp, observed.stations.get(), &f, &score, &std, &stduw, &lat, &lon, &depth,
+                          &result.time, &ix, &iy, &id) != 0) {
         return false;
     }
     if (score <= 0.0) return true;
@@ -141,6 +159,27 @@ bool scan_grid(std::span<SearchGrid> grids, size_t number, std::span<Waiting* co
     result.position = {lat, lon, depth};
     result.spot = {static_cast<double>(ix), static_cast<double>(std::max(iy, 0)),
                    static_cast<double>(std::max(id, 0))};
+    return true;
+}
+
+bool score_nodes(SearchGrid& grid, size_t number, std::span<Waiting* const> picks,
+                 std::vector<double>& scores) {
+    const Velorix& nodes = grid.times.grid();
+    scores.assign(static_cast<size_t>(nodes.nn), 0.0);
+    Observed observed;
+    if (!observed.prepare(grid, number, picks)) return false;
+    if (!observed.usable) return true;
+    const bool regular = grid.times.regular();
+    const int32_t columns = regular ? nodes.nx : nodes.nn, rows = regular ? nodes.ny : 1;
+    for (int32_t node = 0; node < nodes.nn; ++node) {
+        const int32_t row = node / columns;
+        double time = 0.0, width = 0.0, std = 0.0;
+        if (velorix_node_backproj(grid.search.get(), 0, node % columns, row % rows, row / rows,
+                                  observed.stations.get(), &time, &width,
+                                  &scores[static_cast<size_t>(node)], &std) != 0) {
+            return false;
+        }
+    }
     return true;
 }
 

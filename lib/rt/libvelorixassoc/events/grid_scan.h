@@ -2,6 +2,7 @@
 #define VELORIX_ASSOC_GRID_SCAN_H
 // One scan of one grid by the engine.
 #include <span>
+#include <vector>
 
 #include "search_grid.h"
 
@@ -24,6 +25,15 @@ struct ScanResult {
  */
 bool scan_grid(std::span<SearchGrid> grids, size_t number, std::span<Waiting* const> picks,
                ScanResult& result);
+
+/**
+ * The score of every node with the given picks, each in the role it has there: what a scan looks
+ * for the largest of.
+ * @param[out] scores by node number; 0 where nothing could be scored
+ * @return false after a logged line
+ */
+bool score_nodes(SearchGrid& grid, size_t number, std::span<Waiting* const> picks,
+                 std::vector<double>& scores);
 
 }  // namespace velorix::assoc
 #endif

@@ -17,11 +17,13 @@ class CsvFormat : public LineFormat {
   public:
     /// Takes the header; false with what is wrong.
     bool take_header(std::string_view line, std::string& why);
+    /// The same from its fields.
+    bool take_names(std::vector<std::string> header, std::string& why);
     bool take(std::string_view line, bool cut, std::vector<Pick>& picks, std::string& why) override;
     const char* kind() const override { return "CSV"; }
+    bool parse(const Fields& fields, Pick& pick, std::string& why) const;
 
   private:
-    bool parse(const Fields& fields, Pick& pick, std::string& why) const;
     void settle_id();
     std::string place(Column column) const;
 
@@ -67,20 +69,24 @@ std::string joined(std::span<const std::string> header) {
 }
 
 bool CsvFormat::take_header(std::string_view line, std::string& why) {
-    at_.fill(-1);
     separator_ = separator_of(line);
     auto header = split_csv(line, separator_);
     if (!header) {
         why = "a quote stays open";
         return false;
     }
-    for (std::string& name : *header) name = lower(name);
+    return take_names(std::move(*header), why);
+}
+
+bool CsvFormat::take_names(std::vector<std::string> header, std::string& why) {
+    at_.fill(-1);
+    header_ = std::move(header);
+    for (std::string& name : header_) name = lower(name);
     for (const ColumnName& name : column_names()) {
-        for (size_t i = 0; i < header->size() && at_[name.column] < 0; ++i) {
-            if ((*header)[i] == name.text) at_[name.column] = static_cast<int>(i);
+        for (size_t i = 0; i < header_.size() && at_[name.column] < 0; ++i) {
+            if (header_[i] == name.text) at_[name.column] = static_cast<int>(i);
         }
     }
-    header_ = std::move(*header);
     settle_id();
     const bool no_time = at_[kTime] < 0;
     if (!no_time && (at_[kSeed] >= 0 || at_[kStation] >= 0)) return true;
@@ -149,6 +155,25 @@ bool CsvFormat::take(std::string_view line, bool cut, std::vector<Pick>& picks, 
 }
 
 }  // namespace
+
+class PickRows::Columns : public CsvFormat {};
+
+PickRows::PickRows() : columns_(std::make_unique<Columns>()) {}
+PickRows::~PickRows() = default;
+
+bool PickRows::knows(std::string_view name) {
+    return name == "id" ||
+           std::ranges::any_of(column_names(),
+                               [&](const ColumnName& known) { return name == known.text; });
+}
+
+bool PickRows::take_names(std::vector<std::string> names, std::string& why) {
+    return columns_->take_names(std::move(names), why);
+}
+
+bool PickRows::take(const std::vector<std::string>& fields, Pick& pick, std::string& why) const {
+    return columns_->parse(fields, pick, why);
+}
 
 // The header is the first line; behind comments ("#") the first that names the columns, whether or
 // not it begins like one.

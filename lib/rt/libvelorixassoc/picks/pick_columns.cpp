@@ -11,7 +11,7 @@
 namespace velorix::assoc {
 namespace {
 
-constexpr std::array<ColumnName, 42> kNames{{{kSeed, "station_id"},
+constexpr std::array<ColumnName, 43> kNames{{{kSeed, "station_id"},
                                              {kSeed, "seed_id"},
                                              {kSeed, "trace_id"},
                                              {kSeed, "nslc"},
@@ -47,6 +47,7 @@ constexpr std::array<ColumnName, 42> kNames{{{kSeed, "station_id"},
                                              {kQuality, "score"},
                                              {kQuality, "prob"},
                                              {kQuality, "peak_value"},
+                                             {kQuality, "confidence"},
                                              {kQuality, "snr"},
                                              {kQuality, "weight"},
                                              {kId, "pick_id"},

@@ -36,6 +36,23 @@ struct Header {
     bool comment = false;  ///< which may be wrong: a later line can be the header
 };
 
+/// Rows of a table whose columns are called as in a CSV file of picks.
+class PickRows {
+  public:
+    PickRows();
+    ~PickRows();
+    /// Whether a column of this name (in lower case) is one that is read.
+    static bool knows(std::string_view name);
+    /// Takes the names of the columns; false with what is wrong.
+    bool take_names(std::vector<std::string> names, std::string& why);
+    /// A row's pick, from as many fields as there are names; false with what is wrong.
+    bool take(const std::vector<std::string>& fields, Pick& pick, std::string& why) const;
+
+  private:
+    class Columns;
+    std::unique_ptr<Columns> columns_;
+};
+
 /// Looks at a line in front of which no format was known.
 Header recognise_line(std::string_view line, const PickFileOptions& options);
 
