@@ -3,7 +3,8 @@
 # Usage: install_deps.sh [PACKAGE...]   (further packages beside those of the build)
 set -u
 need="g++ cmake make pkg-config libtomlplusplus-dev libsqlite3-dev libpcre2-dev libgtest-dev libgmock-dev libbenchmark-dev
-nlohmann-json3-dev node-d3 esbuild libpugixml-dev libcli11-dev libxml2-dev man-db python3 python3-jsonschema python3-venv"
+nlohmann-json3-dev node-d3 esbuild libpugixml-dev libcli11-dev libxml2-dev man-db python3 python3-jsonschema python3-venv
+python3-dev python3-numpy pybind11-dev"
 
 if ! command -v dpkg-query >/dev/null 2>&1; then
     # Whether they are there is for CMake to find out.

@@ -162,9 +162,9 @@ PickRows::PickRows() : columns_(std::make_unique<Columns>()) {}
 PickRows::~PickRows() = default;
 
 bool PickRows::knows(std::string_view name) {
-    return name == "id" ||
-           std::ranges::any_of(column_names(),
-                               [&](const ColumnName& known) { return name == known.text; });
+    return name == "id" || std::ranges::any_of(column_names(), [&](const ColumnName& known) {
+               return name == known.text;
+           });
 }
 
 bool PickRows::take_names(std::vector<std::string> names, std::string& why) {
