@@ -148,6 +148,37 @@ TEST_F(Associating, SaysWhyAPickWasLeftOut) {
     EXPECT_THAT(reason_text(events[0].left_out[0]), testing::HasSubstr("residual beyond"));
 }
 
+// A station that picks only a while after the event is at work as well as one that picked before.
+TEST_F(Associating, StationsThatPickSoonAfterwardsCountAsAtWork) {
+    auto picks = picks_of({quakes_[0]}, 0, 9);
+    std::erase_if(picks, [](const Pick& pick) { return pick.station == "106"; });
+    rules_.at_work = AtWork::learn;
+    const auto without = run(picks);
+    picks.push_back(pick_of(network()[6], "P", quakes_[0].time + 25.0));
+    const auto with = run(picks);
+    rules_.at_work = AtWork::all;
+    const auto all = run(picks);
+    ASSERT_TRUE(without.size() == 1 && with.size() == 1 && all.size() == 1);
+    EXPECT_EQ(without[0].coverage, 1.0);
+    EXPECT_LT(with[0].coverage, 1.0);
+    EXPECT_EQ(with[0].coverage, all[0].coverage);
+}
+
+// Of the nearest station, right behind the origin.
+TEST_F(Associating, SaysWhyAnEarlyPickWasLeftOut) {
+    auto picks = picks_of({{1e9 + 100.3, 0.36, 0.31, 1.0}}, 0, 7);
+    picks[0].time = 1e9 + 100.32;
+    const std::string nearest = picks[0].station;
+    ASSERT_TRUE(
+        parameters_.parse("[grids.tiny]\np_max_resid = 0.2\np_max_resid_sweep = 0.2\n"
+                          "cluster_twin = 0.4\n",
+                          "test"));
+    const auto events = run(picks);
+    ASSERT_EQ(events.size(), 1u);
+    ASSERT_EQ(events[0].left_out.size(), 1u);
+    EXPECT_EQ(events[0].left_out[0].pick.station, nearest);
+}
+
 TEST_F(Associating, ParametersReadBackAsTheyAreShown) {
     GridSet first, second;
     ASSERT_TRUE(

@@ -180,6 +180,23 @@ TEST(QuakeMl, HasOneValueEachAndReferencesThatLeadSomewhere) {
     }
 }
 
+// 2 km east are more of a degree of longitude than of latitude; on a sphere of 6371 km.
+TEST(QuakeMl, StatesLongitudeErrorsInDegreesOfLongitude) {
+    Event event = an_event();
+    event.error.east = event.error.north = 2.0;
+    const std::string text = documents(Format::quakeml, {event})[0];
+    const double degrees = 2.0 / 111.195;
+    const auto uncertainty = [&](const char* of) {
+        const std::string pattern =
+            std::string("<") + of + ">\\s*<value>[^<]*</value>\\s*<uncertainty>([^<]*)";
+        const auto found = matches(text, pattern.c_str());
+        return found.size() == 1 ? std::stod(found[0]) : NAN;
+    };
+    EXPECT_NEAR(uncertainty("latitude"), degrees, 1e-5);
+    EXPECT_NEAR(uncertainty("longitude"), degrees / std::cos(event.lat * std::acos(-1.0) / 180.0),
+                1e-5);
+}
+
 TEST(CsvTables, QuoteWhatNeedsItAndPassNoCommandOn) {
     Catalogue events = a_catalogue();
     events[0].picks[0].pick.channel = "\x1b[2JZ";
@@ -230,7 +247,9 @@ TEST(CatalogueFiles, LeaveWhatWasThereWhenTheyFail) {
     EXPECT_THAT(log.text(), HasSubstr("cannot write '" + folder.path("a")));
     std::filesystem::remove(folder.path("a"));
     std::filesystem::remove(folder.path("b"));
+    const size_t before = log.count();
     ASSERT_TRUE(write_files(Format::csv, a_catalogue(), folder.path("cat.csv")));
+    EXPECT_EQ(log.count(), before) << log.text();
     EXPECT_THAT(read_file(folder.path("cat.csv")), HasSubstr("event_id,"));
     EXPECT_THAT(read_file(folder.path("cat_picks.csv")), HasSubstr("event_id,network,"));
     const std::filesystem::directory_iterator files(folder.path());

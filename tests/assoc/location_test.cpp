@@ -85,6 +85,21 @@ TEST(OffTheNodes, AGridThatTheCalculatorDoesNotRepeatIsNotLeft) {
     EXPECT_FALSE(times.shifted({7.0, 0.0, 0.0}, 0.5, 0.5, 0.0).free);
 }
 
+TEST(Paths, HaveTheAzimuthsOfBothEnds) {
+    const struct {
+        Position event;
+        double lat, lon, delta, esaz, seaz;
+    } cases[] = {{{0, 10, 0}, 0, 20, 10, 90, 270},
+                 {{10, 20, 0}, -10, 20, 20, 180, 0},
+                 {{0, 175, 0}, 0, -175, 10, 90, 270}};
+    for (const auto& c : cases) {
+        const Path path = path_between(c.event, c.lat, c.lon);
+        EXPECT_NEAR(path.delta, c.delta, 0.1) << c.lon;
+        EXPECT_NEAR(path.esaz, c.esaz, 1e-6) << c.lon;
+        EXPECT_NEAR(path.seaz, c.seaz, 1e-6) << c.lon;
+    }
+}
+
 TEST(OffTheNodes, SpotsStayOnTheEarth) {
     CoarseMesh mesh;
     const GridTimes times(&mesh.grid);
@@ -135,6 +150,7 @@ TEST(StreamPast, TakesLabelsForTrueUntilManyPAndNoS) {
     for (int i = 0; i < 7; ++i) EXPECT_EQ(add(50 + i, "Pn"), Labels::trust);
     EXPECT_EQ(add(100.0, "P"), Labels::p_first) << "the fiftieth";
     EXPECT_EQ(add(200.0, "Sg"), Labels::trust);
+    for (int i = 0; i < 60; ++i) add(3700.0 + i, "P");
     EXPECT_EQ(add(3799.0, "P"), Labels::trust) << "the S is in the hour";
     for (int i = 0; i < 60; ++i) add(3900.0 + i, "P");
     EXPECT_EQ(past.labels(), Labels::p_first) << "the S is forgotten";

@@ -120,6 +120,15 @@ TEST(Associate, WhichPhaseAndWhichPickOfAStation) {
     }
 }
 
+TEST(Associate, AnSTimeBelowASecondIsATime) {
+    Association a({{"S", 0.25, 'S'}});
+    a.grid.grid.S_times[0] = 0.5F;
+    a.picks[0].time = kOrigin + 0.75;
+    a.associate();
+    EXPECT_EQ("Sd ", a.outcomes());
+    EXPECT_EQ(0.25, a.picks[0].resid);
+}
+
 TEST(Associate, PicksThatTakeNoPart) {
     Association a({{"P", 0, '.'}});
     a.picks[0].used = 1;

@@ -205,6 +205,9 @@ TEST_F(SetupStaobs, AFailureLeavesTheStationsListedBeforeIt) {
                                "velorix_setup_staobs: velorix_get_station_weight() error.\n"}));
     ASSERT_EQ(1, maxtbl(picks_.stao_tbl));
     EXPECT_STREQ("A", picks_.listed(0).sta);
+    Tbl* untouched = nullptr;
+    EXPECT_EQ(0, velorix_setup_staobs(nullptr, search_.sp, &untouched));
+    EXPECT_EQ(nullptr, untouched);
 }
 
 TEST_F(SetupStaobs, ReleasedPicksLeaveNullReferencesThatAreTolerated) {

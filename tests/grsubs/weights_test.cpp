@@ -52,6 +52,7 @@ TEST(DensityWeight, DividesByTheCountOfNeighbours) {
     EXPECT_DOUBLE_EQ(1 / 3.0, picks.station("B").s_weight_initial) << "near includes its bound";
     EXPECT_DOUBLE_EQ(1 / 2.5, picks.station("C").p_weight_initial);
     EXPECT_DOUBLE_EQ(1.0, picks.station("D").p_weight_initial) << "itself alone";
+    EXPECT_EQ(0, velorix_setup_swt(picks.map, search.sp));
 }
 
 TEST(DistanceCurve, FollowsStoredSlopes) {

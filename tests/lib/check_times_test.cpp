@@ -38,6 +38,20 @@ TEST(CheckTimes, AcceptsWhatThePassHasComputed) {
     EXPECT_EQ(velorix_check_times(new_grid().get()), 0) << "nothing is wrong with no tables";
 }
 
+TEST(Extremes, OfTimesWhereverTheyStand) {
+    const Computed computed(kPairs);
+    Velorix& grid = *computed.grid;
+    for (const int at : {0, 1, 35}) {
+        std::fill_n(grid.P_times, 36, 10.0F);
+        std::fill_n(grid.S_times, 36, 20.0F);
+        grid.P_times[at] = 1.0F;
+        grid.S_times[at] = 40.0F;
+        double low = 0.0, high = 0.0, s_low = 0.0, s_high = 0.0;
+        EXPECT_EQ(velorix_get_minmax_ttimes(&grid, &low, &high, &s_low, &s_high), 0);
+        EXPECT_TRUE(low == 1.0 && high == 10.0 && s_low == 20.0 && s_high == 40.0) << at;
+    }
+}
+
 TEST(CheckTimes, NamesGridNodeAndStationOfWhatNoPassComputes) {
     const struct {
         const Keys& changes;

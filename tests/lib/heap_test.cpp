@@ -180,6 +180,9 @@ TEST(Heap, ReadsBackWhatWasWritten) {
     velorix_get_ttimes(pairs, 1, 0, 1, 0, &p, &s);
     EXPECT_EQ(p, 5.0);
     EXPECT_EQ(s, 1005.0);
+    const auto* list = static_cast<const Velorix*>(gettbl(grids, 2));
+    EXPECT_EQ(velorix_get_ttimes(list, 1, 2, 0, 0, &p, &s), 0);
+    EXPECT_EQ(p, 7.0) << "node 2 of a list, three stations a node";
     // Every grid keeps the mapped bytes alive by itself.
     velorix_free(static_cast<Velorix*>(gettbl(grids, 0)));
     settbl(grids, 0, nullptr);

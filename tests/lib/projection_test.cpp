@@ -100,6 +100,9 @@ TEST(Inside, CountsTheBoundsAndEverythingOfAGeneralMesh) {
         EXPECT_EQ(velorix_inside(grid.get(), c.lat, c.lon), c.inside) << c.lat << ' ' << c.lon;
     grid->mode = VELORIX_MODE_GENERAL;
     EXPECT_EQ(velorix_inside(grid.get(), 80.0, 170.0), 1);
+    double x = -7.0, y = -7.0;
+    EXPECT_EQ(velorix_project(grid.get(), 0.2, 0.3, &x, &y), 0);
+    EXPECT_TRUE(x == 0.0 && y == 0.0) << "a list has no axes";
     const GridPtr column = mesh({{"nx", "1"}});
     EXPECT_EQ(velorix_inside(column.get(), 80.0, 170.0), 1);
 }

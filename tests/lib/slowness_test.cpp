@@ -136,6 +136,7 @@ TEST(SlownessGrid, RefusesWhatCannotBeLaidOut) {
     };
     expect_refused("velorix_setup_slowness_grid: ", leaves_no_nodes,
                    {{{{"nx", "0"}}, "No grid nodes to process."},
+                    {{{"compute_P", "false"}}, "Must compute P or S times."},
                     {{{"nx", "-5"}, {"ny", "-5"}}, "No grid nodes to process."},
                     {{{"minslow", "0.07"}, {"maxslow", "0.05"}}, "No grid nodes to process."},
                     {{{"xmin", "5"}, {"xmax", "6"}}, "No grid nodes to process."},

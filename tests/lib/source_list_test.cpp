@@ -78,6 +78,12 @@ TEST(CoordsFile, ReadsOnlySoMuchOfWhatIsNoRegularFile) {
     }
 }
 
+TEST(CoordsFile, ReadsARegularFileHoweverManyLinesItHas) {
+    std::string lines;
+    for (int i = 0; i < 10'000'001; ++i) lines += "x\n";
+    EXPECT_EQ(points(lines + "1 2 3\n"), (Points{{1, 2, 3}}));
+}
+
 const std::string kCalculator = "method='tttaup'\nmodel='iasp91'\n";
 
 // What a file or its keys may lack is refused in the cases of the tool.
@@ -111,6 +117,10 @@ TEST(SourceList, RefusesAnArrayWhoseTableIsTooLarge) {
                             "velorix_setup_fromsourcearray_grid: a travel-time table of 8589934592 "
                             "bytes exceeds the limit of 2147483647 bytes.\n"));
     EXPECT_EQ(large->sources, nullptr);
+    for (const auto& [count, list] : {std::pair(-1, sources), {2, nullptr}}) {
+        const GridPtr grid = velorix_test::grid_with_stations({{"A", 1.0, 2.0}});
+        EXPECT_EQ(velorix_setup_fromsourcearray_grid(grid.get(), "g", count, list, pf.get()), -1);
+    }
 }
 
 }  // namespace
