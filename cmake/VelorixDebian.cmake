@@ -1,4 +1,4 @@
-# Debian packages through CPack (`make deb`): velorix, libvelorixN and libvelorix-dev.
+# Debian packages through CPack (`make deb`): velorix, libvelorixN, libvelorix-dev and python3-velorix.
 set(VELORIX_MAINTAINER "velorix maintainers <maintainers@velorix.invalid>" CACHE STRING
     "Maintainer of the Debian packages")
 set(CPACK_GENERATOR DEB)
@@ -46,8 +46,24 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${about}
 This package has the headers, the static libraries (of grids, and of the
 associator, in C++), and the files with which CMake and pkg-config find them.")
 
+if(TARGET velorix_python)
+    list(APPEND CPACK_COMPONENTS_ALL python)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-velorix)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+    math(EXPR next_minor "${VELORIX_PYTHON_MINOR} + 1")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+        "python3 (>= 3.${VELORIX_PYTHON_MINOR}), python3 (<< 3.${next_minor}), python3-numpy")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-pandas, python3-matplotlib, python3-xarray")
+    set(CPACK_DEBIAN_PYTHON_DESCRIPTION "${about}
+This package has the Python module velorix, for Debian's python3.")
+endif()
+
 # Every package carries its licence and what has changed.
 set(VELORIX_DOC_FOLDERS programs/velorix library/${runtime} development/libvelorix-dev)
+if(TARGET velorix_python)
+    list(APPEND VELORIX_DOC_FOLDERS python/python3-velorix)
+endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/debian_files.cmake.in ${CMAKE_BINARY_DIR}/debian_files.cmake
     @ONLY)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_BINARY_DIR}/debian_files.cmake)

@@ -65,4 +65,3 @@ foreach(library velorix velorixassoc)
     install(FILES ${CMAKE_BINARY_DIR}/${library}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
         COMPONENT development)
 endforeach()
-include(VelorixDebian)

@@ -2,7 +2,7 @@
 # Installs, through apt-get, the Debian packages that the build needs and that are missing.
 # Usage: install_deps.sh [PACKAGE...]   (further packages beside those of the build)
 set -u
-need="g++ cmake make pkg-config libtomlplusplus-dev libsqlite3-dev libpcre2-dev libgtest-dev libgmock-dev libbenchmark-dev
+need="g++ ccache cmake make pkg-config libtomlplusplus-dev libsqlite3-dev libpcre2-dev libgtest-dev libgmock-dev libbenchmark-dev
 nlohmann-json3-dev node-d3 esbuild libpugixml-dev libcli11-dev libxml2-dev man-db python3 python3-jsonschema python3-venv
 python3-dev python3-numpy pybind11-dev"
 

@@ -43,16 +43,10 @@ class Patience {
   public:
     /// Throws Interrupted after a KeyboardInterrupt or the like.
     void check();
-    /// The same for loops whose steps take less than a microsecond.
-    void check_rarely() {
-        constexpr unsigned kSteps = 1024;  // below 2 ms of travel times
-        if (++steps_ % kSteps == 0) check();
-    }
 
   private:
     using Clock = std::chrono::steady_clock;
     Clock::time_point last_ = Clock::now();
-    unsigned steps_ = 0;
 };
 
 }  // namespace velorix::python

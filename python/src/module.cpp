@@ -35,6 +35,9 @@ PYBIND11_MODULE(_core, module) {
             builtins.attr("type")(name, py::make_tuple(builtins.attr(base)), members);
     };
     make("VelorixError", "RuntimeError", "A failure, with what the library says of it.");
+    module.attr("version") = VELORIX_VERSION;
+    // Whether arrays of numpy 2 are understood.
+    module.attr("knows_numpy_2") = PYBIND11_VERSION_HEX >= 0x020C0000;
     make("VelorixWarning", "UserWarning", "Something is odd, but the work goes on.");
     install_log();
     py::register_local_exception_translator(translate);

@@ -8,13 +8,21 @@ warn with `VelorixWarning`.
 >>> import velorix
 >>> p, s = velorix.TravelTimes("iasp91").first([30.0, 60.0], 10.0)
 """
+import numpy as _numpy
+
+from . import _core
+
+if int(_numpy.__version__.split(".")[0]) >= 2 and not _core.knows_numpy_2:
+    raise ImportError("this velorix was built for numpy 1 (Debian's): use that numpy, or install velorix "
+                      "beside yours with pip")
+
 from ._core import VelorixError, VelorixWarning
 from ._association import Associator, Report, associate, scan, Scan, show_rules
 from ._catalogue import Catalogue, Event
 from ._grids import Grid, make_grid, read, write
 from ._travel_times import Arrival, Slowness, TravelTimes
 
-__version__ = "0.1.0"
+__version__ = _core.version
 __all__ = [
     "Arrival",
     "Associator",

@@ -61,12 +61,15 @@ class TravelTimes:
         arrays of any shapes that broadcast. Returns `(p, s)` in seconds, each of the common shape
         (numbers for numbers); NaN where an argument is NaN or nothing arrives. Raises ValueError for
         shapes that do not broadcast and distances out of range, `VelorixError` for a depth or an
-        elevation outside the model.
+        elevation outside the model. Many distances at one depth cost some 50 ns each; times may then
+        differ from those of `arrivals` by 1e-9 s.
         """
         given = [np.asarray(a, dtype=np.float64) for a in (distance_deg, depth_km, elevation_km)]
         if np.any((given[0] < 0.0) | (given[0] > 180.0)):
             raise ValueError("distance_deg must lie between 0 and 180 degrees")
-        p, s = self._core.first(*np.broadcast_arrays(*given))
+        shape = np.broadcast_shapes(*(a.shape for a in given))
+        p, s = self._core.first(np.broadcast_to(given[0], shape),
+                                *(a if a.size == 1 else np.broadcast_to(a, shape) for a in given[1:]))
         return (float(p), float(s)) if p.ndim == 0 else (p, s)
 
     def arrivals(self, distance_deg, depth_km, elevation_km=0.0):

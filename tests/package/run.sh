@@ -9,13 +9,13 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 unset VELORIX_SHARE VELORIX_PFPATH VELORIX_MODELPATH
 
-for package in velorix libvelorix0 libvelorix-dev; do
+for package in velorix libvelorix0 libvelorix-dev python3-velorix; do
     file=$(ls "$packages/${package}"_*.deb) || { echo "no package $package"; exit 1; }
     dpkg-deb -x "$file" "$work/root"
     depends=$(dpkg-deb -f "$file" Depends)
     case $package,$depends in
         libvelorix-dev,*libvelorix0*libsqlite3-dev*libpcre2-dev* | velorix,*libc6*libsqlite3-0* | \
-            libvelorix0,*libc6*libsqlite3-0*) ;;
+            libvelorix0,*libc6*libsqlite3-0* | python3-velorix,*python3*python3-numpy*) ;;
         *) echo "$package depends on $depends"; exit 1 ;;
     esac
 done
@@ -46,6 +46,15 @@ for page in README.md CHANGELOG.md $(cd "$here/../.." && ls docs/*.md); do
     done
 done
 echo "pages: found"
+
+# The Python module, with Debian's interpreter, in place of the one that this source may have installed.
+PYTHONPATH="$prefix/lib/python3/dist-packages" /usr/bin/python3 -c '
+import sys, velorix
+assert velorix.__file__.startswith(sys.argv[1]), velorix.__file__
+print("Python:", len(velorix.associate(sys.argv[3], sys.argv[2])), "events")
+' "$work/root" "$work/out/italy.vxg" "$prefix/share/velorix/examples/assoc/picks.csv" > "$work/python"
+cat "$work/python"
+grep -q "^Python: $events\$" "$work/python" || { echo "the Python module finds other events"; exit 1; }
 
 libdir=$(dirname "$(find "$prefix" -name libvelorix.a)")
 cflags="-I$prefix/include/velorix"
