@@ -152,7 +152,7 @@ class Grid:
             return NotImplemented
         return np.array_equal(self.heap, other.heap)
 
-    __hash__ = None
+    __hash__ = None  # type: ignore[assignment]
 
 
 def read(path):

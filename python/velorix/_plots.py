@@ -52,7 +52,7 @@ def plot_scores(scan, ax):
     grid = scan.grid
     lat, lon = grid.sources["lat"], grid.sources["lon"]
     if grid.regular:
-        drawn = ax.pcolormesh(lon, lat, scan.scores[scan.node[2]], shading="nearest")
+        drawn = ax.pcolormesh(lon, lat, scan.scores[scan.node[2]], shading="gouraud")
     else:
         drawn = ax.scatter(lon, lat, c=scan.scores, s=4)
     ax.figure.colorbar(drawn, ax=ax, label="score")

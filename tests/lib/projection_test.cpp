@@ -76,11 +76,12 @@ TEST(Project, MeshPositionsFallOnTheirFractions) {
                 const Source& at = grid->sources[i];
                 ASSERT_TRUE(std::fabs(at.lat) <= 90.0 && at.lon > -180.0 && at.lon <= 180.0)
                     << at.lat << ' ' << at.lon;
+                const int column = i % 6, row = i / 6;
                 double x = 0.0;
                 double y = 0.0;
                 EXPECT_EQ(velorix_project(grid.get(), at.lat, at.lon, &x, &y), 0);
-                EXPECT_NEAR(x, i % 6 / 5.0, 1e-10) << latr << " strike " << strike;
-                EXPECT_NEAR(y, i / 6 / 3.0, 1e-10) << latr << " strike " << strike;
+                EXPECT_NEAR(x, column / 5.0, 1e-10) << latr << " strike " << strike;
+                EXPECT_NEAR(y, row / 3.0, 1e-10) << latr << " strike " << strike;
             }
         }
     }

@@ -24,7 +24,7 @@ prefix=$work/root/usr
 # The examples as they were installed, in a folder of one's own.
 PATH="$prefix/bin:$PATH" sh "$prefix/share/velorix/examples/assoc/run.sh" "$work/out" > "$work/log" ||
     { cat "$work/log"; exit 1; }
-events=$(tail -n 1 "$work/log")
+events=$(grep -E "^[0-9]+ events$" "$work/log" | tail -n 1)
 [ "${events% events}" -gt 10 ] || { echo "velorix-assoc found $events"; exit 1; }
 echo "programs: $events from $(wc -l < "$prefix/share/velorix/examples/assoc/picks.csv") lines of picks"
 

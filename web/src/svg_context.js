@@ -29,6 +29,8 @@ export class SvgContext {
         this.path = "";
         /** @type {number[] | null} */
         this.circle = null;
+        /** What the last part fills the path with, as long as nothing else has been drawn since. */
+        this.filled = "";
         for (const name of Object.keys(this.state)) {
             if (name in this) continue;
             Object.defineProperty(this, name, {
@@ -45,7 +47,11 @@ export class SvgContext {
     translate(x, y) { this.state.transform += `translate(${short(x)} ${short(y)})`; }
     /** @param {number} angle */
     rotate(angle) { this.state.transform += `rotate(${short(angle * 180 / Math.PI)})`; }
-    beginPath() { this.path = ""; this.circle = null; }
+    beginPath() {
+        this.path = "";
+        this.circle = null;
+        this.filled = "";
+    }
     /** @param {number} x @param {number} y */
     moveTo(x, y) { this.path += `M${short(x)} ${short(y)}`; }
     /** @param {number} x @param {number} y */
@@ -74,18 +80,27 @@ export class SvgContext {
     /** @param {string} head @param {string} tail */
     put(head, tail) {
         const s = this.state;
+        this.filled = "";
         this.parts.push(head + (this.tag ? ` class="${escaped(this.tag)}"` : "") +
             (s.globalAlpha < 1 ? ` opacity="${short(s.globalAlpha)}"` : "") +
             (s.transform ? ` transform="${s.transform}"` : "") +
             (s.clip && !s.transform ? ` clip-path="url(#${s.clip})"` : "") + tail);
     }
-    fill() { this.draw(`fill="${escaped(this.state.fillStyle)}"`); }
+    fill() {
+        const paint = `fill="${escaped(this.state.fillStyle)}"`;
+        this.draw(paint);
+        this.filled = paint;
+    }
+    /** A path that has just been filled stays one element. */
     stroke() {
         const s = this.state;
-        this.draw(`fill="none" stroke="${escaped(s.strokeStyle)}" stroke-width="${short(s.lineWidth)}"` +
+        const fill = this.filled || `fill="none"`;
+        if (this.filled) this.parts.pop();
+        this.draw(`${fill} stroke="${escaped(s.strokeStyle)}" stroke-width="${short(s.lineWidth)}"` +
                   (s.dash ? ` stroke-dasharray="${s.dash}"` : ""));
     }
     clip() {
+        this.filled = "";
         const id = `clip${++this.clips}`;
         this.parts.push(`<clipPath id="${id}"><path d="${this.path}"/></clipPath>`);
         this.state.clip = id;

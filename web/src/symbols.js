@@ -34,7 +34,7 @@ export function drawEvents(ctx, store, symbols, at, [width, height], colours) {
             dot(ctx, x, y, symbols.radius(i), symbols.colour(i), colours.outline);
         }
     }
-    for (const i of [store.hovered, store.selected]) {
+    for (const i of new Set([store.hovered, store.selected])) {
         if (i < 0) continue;
         const [x, y] = at(i);
         if (!Number.isFinite(x) || !Number.isFinite(y)) continue;

@@ -611,6 +611,7 @@ class PageWriter : public CatalogueWriter {
     ~PageWriter() override;
 
     /// To be called before the first event.
+    /// @param grid  what events were found on; read during the call
     /// @param nodes the page shows the nodes too, with their times (thinned to a million times)
     void add_grid(const Velorix& grid, bool nodes = false);
     /// A place and time that gave no event.
