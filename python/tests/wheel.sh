@@ -29,7 +29,8 @@ environment() {
 
 full=$(sh "$source/tests/obspy/environment.sh" "$build") || exit $?
 environment builder scikit-build-core pybind11
-"$work/builder/bin/python" -m pip wheel -q --no-deps --no-build-isolation -w "$work/out" \
+# The compiler of the build, so that a compiler cache knows what it has compiled.
+CC=cc CXX=c++ "$work/builder/bin/python" -m pip wheel -q --no-deps --no-build-isolation -w "$work/out" \
     --config-settings build-dir="$work/cmake" --config-settings cmake.define.VELORIX_WERROR="$werror" "$source" >> "$log" 2>&1 ||
     fails "no wheel"
 (cd "$source" && "$work/builder/bin/python" -c "from scikit_build_core.build import build_sdist as b; b('$work/out')") \

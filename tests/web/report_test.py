@@ -102,7 +102,7 @@ class Report(Page):
             self.assertEqual(row[9], "yes" if pick["defining"] else "no")
         self.assertEqual([row[6] for row in self.browser.rows("[data-table=left-out]")], [l["reason"] for l in event["left_out"]])
         svg = self.browser.svg("travel-times")
-        self.assertEqual(count(svg, "pick p"), 2 * (event["picks_p"] + 1))  # filled and outlined; one in the key
+        self.assertEqual(count(svg, "pick p"), event["picks_p"] + 1)  # one in the key
         self.assertEqual((count(svg, "curve p"), count(svg, "curve s")), (1, 1))
 
     def test_curves_agree_with_the_grid(self):
