@@ -6,7 +6,7 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: web-test bench-follow deliveries mutants all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
+.PHONY: web-test web-pictures web-bench bench-follow deliveries mutants all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
         deb deb-test docs clean
 
 all: configure
@@ -21,6 +21,8 @@ help:
 	@echo 'make threads         build with the thread sanitizer, then run the tests that run threads'
 	@echo 'make mutants         change the code, one place at a time, and see whether the tests notice (AREA=lib; hours)'
 	@echo 'make web-test        the pages, looked at in a headless Chromium'
+	@echo 'make web-pictures    pictures of the pages for docs/img'
+	@echo 'make web-bench       what a page costs with 70, 1000 and 10000 events'
 	@echo 'make soak            10,000 scans and 200 grids in one process'
 	@echo 'make bench           build, then run every benchmark program'
 	@echo 'make bench-follow    how soon events of a stream are announced (GRID=file PICKS=file)'
@@ -61,6 +63,14 @@ mutants: deps
 web-test: programs
 	@sh tools/install_deps.sh chromium chromium-driver
 	@/usr/bin/python3 tests/web/report_test.py $(BUILD)/bin
+
+web-pictures: programs
+	@sh tools/install_deps.sh chromium chromium-driver
+	@/usr/bin/python3 tests/web/pictures.py $(BUILD)/bin docs/img
+
+web-bench: programs
+	@sh tools/install_deps.sh chromium chromium-driver
+	@/usr/bin/python3 tests/web/measure.py $(BUILD)/bin
 
 soak: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target soak

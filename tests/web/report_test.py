@@ -7,20 +7,18 @@ import json
 import pathlib
 import re
 import statistics
-import subprocess
 import sys
 import tempfile
 import unittest
 
+import pages
 from browser import Browser
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-EXAMPLE = ROOT / "examples" / "assoc"
 MARKUP = "</script><img src=x onerror='window.hacked=1'><b>&amp;\u2028"
 
 
-def tool(name, *args, **more):
-    return subprocess.run([str(BIN / name), *map(str, args)], check=True, capture_output=True, cwd=EXAMPLE, **more).stdout
+def tool(name, *args):
+    return pages.tool(BIN, name, *args)
 
 
 def count(svg, tag):
@@ -31,12 +29,8 @@ def setUpModule():
     global WORK, EVENTS, keep
     keep = tempfile.TemporaryDirectory(prefix="velorix-pages-")
     WORK = pathlib.Path(keep.name)
-    (WORK / "italy.vxg").write_bytes(tool("velorix", "stations.txt"))
-    run = ["-q", "--grids", WORK / "italy.vxg", "--picks", "picks.csv", "--format"]
-    (WORK / "events.json").write_bytes(tool("velorix-assoc", *run, "json"))
-    (WORK / "events.xml").write_bytes(tool("velorix-assoc", *run, "quakeml"))
-    tool("velorix-assoc", *run, "html", "--out", WORK / "report.html")
-    EVENTS = [json.loads(line) for line in (WORK / "events.json").read_text().splitlines()]
+    made = pages.make(BIN, WORK)
+    EVENTS = [json.loads(line) for line in made.events.read_text().splitlines()]
 
 
 def tearDownModule():

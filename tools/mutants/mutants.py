@@ -21,8 +21,8 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 AREAS = {
     "assoc": ("lib/rt/libvelorixassoc",
               ["assoc_rules_test", "assoc_association_test", "assoc_judge_test",
-               "assoc_location_numbers_test", "assoc_pick_files_test", "assoc_catalogue_test",
-               "assoc_votes_test", "assoc_tracks_test", "assoc_location_test",
+               "assoc_location_numbers_test", "assoc_pick_files_test", "assoc_foreign_picks_test",
+               "assoc_catalogue_test", "assoc_votes_test", "assoc_page_test", "assoc_tracks_test", "assoc_location_test",
                "assoc_associator_test", "assoc_program_test", "assoc_damaged_grid_test",
                "assoc_deliveries_test"]),
     "lib": ("lib/rt/libvelorix",
