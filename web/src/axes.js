@@ -79,7 +79,13 @@ export function axes(ctx, box, x, y, xTitle, yTitle, colours) {
         ctx.lineTo(box.right, at);
     }
     ctx.stroke();
-    for (const value of x.ticks(columns)) ctx.fillText(xText(value), x(value), box.bottom + 5);
+    let taken = -Infinity;  // up to here, by the labels so far: a date is wider than its minutes
+    for (const value of x.ticks(columns)) {
+        const half = ctx.measureText(xText(value)).width / 2;
+        if (x(value) - half < taken) continue;
+        ctx.fillText(xText(value), x(value), box.bottom + 5);
+        taken = x(value) + half + 6;
+    }
     ctx.textAlign = "right";
     ctx.textBaseline = "middle";
     for (const value of y.ticks(rows)) ctx.fillText(yText(value), box.left - 6, y(value));
