@@ -6,7 +6,7 @@ WERROR ?= $(if $(CI),ON,OFF)
 PRESET ?= release
 BUILD = build/$(PRESET)
 
-.PHONY: web-test web-pictures web-bench bench-follow deliveries mutants all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
+.PHONY: bench-peers web-test web-pictures web-bench bench-follow deliveries mutants all help deps configure programs demo demo-global test threads soak bench accuracy fuzz coverage lint install \
         deb deb-test docs clean
 
 all: configure
@@ -26,6 +26,7 @@ help:
 	@echo 'make soak            10,000 scans and 200 grids in one process'
 	@echo 'make bench           build, then run every benchmark program'
 	@echo 'make bench-follow    how soon events of a stream are announced (GRID=file PICKS=file)'
+	@echo 'make bench-peers     velorix beside other associators of the Python index (FOLDER=folder of your picks)'
 	@echo 'make deliveries      final events under random deliveries and starts (GRID=file PICKS=file)'
 	@echo 'make accuracy        build, then compare travel times with reference tables (REFERENCE=folder)'
 	@echo 'make fuzz            build with clang, then fuzz every reader for FUZZ_S=$(FUZZ_S) seconds each'
@@ -97,6 +98,11 @@ PICKS ?= examples/assoc/picks.csv
 bench-follow: $(GRID)
 	@cmake --build $(BUILD) -j $(JOBS) --target follow_delay
 	@$(BUILD)/bin/follow_delay $(GRID) $(PICKS)
+
+# FOLDER: stations.txt, picks.csv and velorix.toml of yours.
+bench-peers: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target velorix velorix-assoc velorix_python
+	@sh python/bench/run.sh $(abspath $(BUILD)) $(FOLDER)
 
 HISTORY ?= 600
 deliveries: $(GRID)
