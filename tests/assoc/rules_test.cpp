@@ -160,6 +160,7 @@ TEST(GridRules, AreCheckedAndWhatHasNoEffectIsNamed) {
          "events.tiny.screen_stations: must be 1 or more"},
         {"[events.tiny]\nmin_picks = 'many'", false, "min_picks"},
         {"[grids.tiny]\np_max_resid = -1", false, "grids.tiny.p_max_resid: must not be negative"},
+        {"[grids.tiny]\np_max_resid = 0\ns_max_resid = 0", true, ""},
         {"[grids.tiny]\nno_output = true", true, "grids.tiny.no_output: has no effect here"},
         {"[grids.tiny]\nnumber_threads = 3", true, "grids.tiny.number_threads: has no effect here"},
         {"[grids.tiny]\nsta_defining_arr = ['100']", true, ""},
