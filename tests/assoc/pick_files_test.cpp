@@ -215,5 +215,12 @@ TEST(PickLines, TellTheirKindFromTheFirstLine) {
     }
 }
 
+TEST(Labels, ArePOrSByTheirFamilyAndUnknownWhereNothingIsSaid) {
+    const std::pair<const char*, Label> cases[] = {
+        {"", Label::unknown}, {"?", Label::unknown}, {"-", Label::unknown}, {"U", Label::unknown},
+        {"P", Label::p},      {"Pn", Label::p},      {"Sg", Label::s},      {"LR", Label::other}};
+    for (const auto& [text, label] : cases) EXPECT_EQ(label_of(text), label) << text;
+}
+
 }  // namespace
 }  // namespace velorix::assoc
