@@ -71,6 +71,14 @@ TEST(EdpGrid, TakesItsReferencePointFromAStation) {
     EXPECT_NEAR(grid->sources[4].lon, 60.0, 1e-12);
 }
 
+TEST(EdpGrid, NamesTheStationsThatABareReferenceCodeCouldBe) {
+    const GridPtr grid = grid_with_stations({{"IU_ANMO", 1.0, 1.0}, {"US_ANMO", 2.0, 2.0}});
+    const LogCapture log;
+    EXPECT_EQ(set_up(*grid, {{"refsta", "'ANMO'"}}), -1);
+    EXPECT_THAT(log.text(), testing::HasSubstr("Station ANMO stands for several, name one of: "
+                                               "IU_ANMO, US_ANMO.\n"));
+}
+
 TEST(EdpGrid, ReadsTextThatIsNoDepthAsZeroAndSaysSo) {
     const GridPtr grid = four_stations();
     const char* depths = R"([" 7.5km", "surface", "+3 ", "-1.5", "+-2", "0x10", "1e-400", 2])";

@@ -57,6 +57,22 @@ bool BuilderParams::text(const char* key, Text& value, Naming naming, bool requi
            cannot(key, naming);
 }
 
+namespace {
+
+// Where networks share a code, stations are named with both.
+void complain_of_networks(const char* who, const Velorix& grid, const std::string& code) {
+    std::string names;
+    for (const Station& station : stations(grid)) {
+        const std::string name = station.sta;
+        if (name.ends_with("_" + code)) names += (names.empty() ? "" : ", ") + name;
+    }
+    if (names.empty()) return;
+    elog_complain(0, "%s: Station %s stands for several, name one of: %s.\n", who, code.c_str(),
+                  names.c_str());
+}
+
+}  // namespace
+
 bool BuilderParams::name(const char* key, Text& value, Naming naming) const {
     if (!text(key, value, naming)) return false;
     complain_if_cut(who_, key, value.get());
@@ -81,6 +97,7 @@ bool BuilderParams::reference(const Velorix& grid, double& latr, double& lonr) c
     }
     const auto* station = static_cast<const Station*>(getarr(grid.sta_arr, refsta.get()));
     if (!station) {
+        complain_of_networks(who_, grid, refsta.get());
         elog_log(0, "%s: Cannot find coordinates for %s.\n", who_, refsta.get());
         return false;
     }
