@@ -47,6 +47,19 @@ TEST_F(Associating, FindsEveryEarthquakeOnceAndWhereItWas) {
     }
 }
 
+TEST_F(Associating, SaysWhereTheGridFixesTheDepth) {
+    const auto picks = picks_of({{1e9 + 100.3, 0.42, 0.37, 7.0}}, 0, 1);
+    EXPECT_FALSE(run(picks).at(0).fixed_depth);
+    velorix_test::TinyGrid flat(network(), {.nx = 19, .ny = 19, .depths = {7}, .spacing = 0.05});
+    flat.grid.ttsize = flat.grid.nn * flat.grid.ns * 4;
+    GridSet grids;
+    ASSERT_TRUE(grids.add(&flat.grid, parameters_, 1));
+    const auto events = associate_all(grids, rules_, picks).events();
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_TRUE(events[0].fixed_depth);
+    EXPECT_EQ(events[0].depth, 7.0);
+}
+
 TEST_F(Associating, DoesNotDependOnThreads) {
     const auto picks = picks_of(quakes_, 300, 2);
     const auto one = run(picks, 1), three = run(picks, 3);

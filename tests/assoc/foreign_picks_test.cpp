@@ -148,6 +148,10 @@ TEST(ForeignPicks, AreReadWithTheirOddCases) {
          "0,5,CX.PB01.,2016-10-14 00:00:10.510000,2016-10-14 00:00:10,,0.5,Pn,\n",
          "CSV",
          {"CX.PB01.. Pn 2016-10-14T00:00:10.510Z 0.5"}},
+        {"TimeFirst",
+         "time,station,phase\n2016-10-14T00:00:10.51,ARRO,P\n",
+         "CSV",
+         {".ARRO.. P 2016-10-14T00:00:10.510Z -1"}},
         {"SeisBenchScript",
          ",id,start_time,peak_time,end_time,peak_value,phase\n"
          "0,FR.HOHE.00,2016-10-14T00:00:10.3Z,2016-10-14T00:00:10.51Z,x,0.87,D\n",
@@ -196,9 +200,11 @@ TEST(ForeignPicks, AreReadWithTheirOddCases) {
           "IV.ARRO.. P 2016-10-14T00:02:01.000Z 0.2"}},
         {"NonLinLoc",
          "PUBLIC_ID smi:local/1\nUH1 ? ? ? P ? 20161014 0000 70.5100 " + kNll + "\n" +
-             "IV_ARRO_00_HHZ BHZ HHZ i ? U 20161014 0001 -1.5 " + kNll + " 0.5\n\n",
+             "IV_ARRO_00_HHZ BHZ HHZ i ? U 20161014 0001 -1.5 " + kNll + " 0.5\n" +
+             "UH1 ? ? ? P ? 20161201 0000 5 " + kNll + "\n\n",
          "NonLinLoc phases",
-         {".UH1.. P 2016-10-14T00:01:10.510Z -1", "IV.ARRO.00.HHZ  2016-10-14T00:00:58.500Z 0.5"}},
+         {".UH1.. P 2016-10-14T00:01:10.510Z -1", "IV.ARRO.00.HHZ  2016-10-14T00:00:58.500Z 0.5",
+          ".UH1.. P 2016-12-01T00:00:05.000Z -1"}},
         {"NonLinLocLocations",
          "NLLOC \"root\" \"REJECTED\" \"bad\"\nSIGNATURE \"x\"\nGEOGRAPHIC  OT 2016 10 14  0 0 "
          "1.5\n"

@@ -146,6 +146,7 @@ TEST(Page, StationsStandWhereGridsSayOrWherePicksPutThem) {
     event.lat = event.lon = 0.0;
     event.picks.assign(4, event.picks[0]);
     event.picks[0].pick.station = "AAA";
+    event.picks[0].delta = 0.1;  // near, and yet the grid knows better
     event.picks[1].pick.station = "BBB";
     event.picks[2].pick.network = "XX";  // another network's station of the same code
     event.picks[2].pick.station = "AAA";
