@@ -10,6 +10,21 @@
 #include "support/grid_view.h"
 
 namespace velorix {
+namespace {
+
+// Where networks share a code, stations are named with both.
+void complain_of_networks(const char* who, const Velorix& grid, const std::string& code) {
+    std::string names;
+    for (const Station& station : stations(grid)) {
+        const std::string name = station.sta;
+        if (name.ends_with("_" + code)) names += (names.empty() ? "" : ", ") + name;
+    }
+    if (names.empty()) return;
+    elog_complain(0, "%s: Station %s stands for several, name one of: %s.\n", who, code.c_str(),
+                  names.c_str());
+}
+
+}  // namespace
 
 bool BuilderParams::cannot(const char* key, Naming naming) const {
     elog_log(0, "%s: parse_param(%s) error.\n", who_, naming == Naming::key ? key : "");
@@ -56,22 +71,6 @@ bool BuilderParams::text(const char* key, Text& value, Naming naming, bool requi
     return parse_param(pf_, key, PF_STRING, required ? 1 : 0, out(value)) >= 0 ||
            cannot(key, naming);
 }
-
-namespace {
-
-// Where networks share a code, stations are named with both.
-void complain_of_networks(const char* who, const Velorix& grid, const std::string& code) {
-    std::string names;
-    for (const Station& station : stations(grid)) {
-        const std::string name = station.sta;
-        if (name.ends_with("_" + code)) names += (names.empty() ? "" : ", ") + name;
-    }
-    if (names.empty()) return;
-    elog_complain(0, "%s: Station %s stands for several, name one of: %s.\n", who, code.c_str(),
-                  names.c_str());
-}
-
-}  // namespace
 
 bool BuilderParams::name(const char* key, Text& value, Naming naming) const {
     if (!text(key, value, naming)) return false;
